@@ -1,0 +1,5 @@
+// The Linux platform layer as one include, under the platform's own name.
+#pragma once
+#include "winbase.h"
+#include "objbase.h"
+#include "oleauto.h"

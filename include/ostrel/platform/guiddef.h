@@ -36,13 +36,15 @@ inline bool operator!=(REFGUID a, REFGUID b) { return !IsEqualGUID(a, b); }
 
 // With INITGUID defined, DEFINE_GUID defines the identifier; otherwise it only
 // declares it. The definitions are weak so several translation units may
-// define the same identifier, as the platform's selectany does.
+// define the same identifier, as the platform's selectany does, and visible,
+// so the library that defines them exports them to its hosts.
 #ifdef DEFINE_GUID
 #undef DEFINE_GUID
 #endif
 #ifdef INITGUID
 #define DEFINE_GUID(name, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8) \
-    EXTERN_C DECLSPEC_SELECTANY const GUID name = {l, w1, w2, {b1, b2, b3, b4, b5, b6, b7, b8}}
+    EXTERN_C DECLSPEC_SELECTANY __attribute__((visibility("default"))) const GUID name = \
+        {l, w1, w2, {b1, b2, b3, b4, b5, b6, b7, b8}}
 #else
 #define DEFINE_GUID(name, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8) EXTERN_C const GUID name
 #endif

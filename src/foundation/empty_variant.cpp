@@ -1,0 +1,7 @@
+#include "foundation/empty_variant.h"
+
+namespace ostrel {
+
+const VARIANT vtEmpty = {};
+
+}  // namespace ostrel

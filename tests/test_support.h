@@ -1,0 +1,78 @@
+// Small helpers shared by the tests: printable HRESULTs, owned variants and
+// the system's own message texts.
+#pragma once
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <cstdio>
+#include <string>
+
+namespace test {
+
+// "0x80020009" style, so a failed check shows the code in hex.
+inline std::string Hex(HRESULT hr) {
+    char buf[16];
+    std::snprintf(buf, sizeof buf, "0x%08X", unsigned(hr));
+    return buf;
+}
+
+#define EXPECT_HR(expected, actual)                                                      \
+    do {                                                                                 \
+        HRESULT hr_actual_ = (actual);                                                   \
+        EXPECT_EQ(test::Hex(expected), test::Hex(hr_actual_)) << "from " #actual;       \
+    } while (0)
+
+inline std::string Utf8(const OLECHAR* s) {
+    std::string out;
+    for (; s && *s; ++s) out += *s < 0x80 ? char(*s) : '?';
+    return out;
+}
+inline std::string Utf8(const std::basic_string<OLECHAR>& s) { return Utf8(s.c_str()); }
+
+// A variant that clears itself.
+struct Var : VARIANT {
+    Var() { VariantInit(this); }
+    ~Var() { VariantClear(this); }
+    Var(const Var&) = delete;
+    Var& operator=(const Var&) = delete;
+};
+
+inline void SetI4(VARIANT& v, LONG x) { v.vt = VT_I4; v.lVal = x; }
+inline void SetR8(VARIANT& v, double x) { v.vt = VT_R8; v.dblVal = x; }
+inline void SetBstr(VARIANT& v, const OLECHAR* s) { v.vt = VT_BSTR; v.bstrVal = SysAllocString(s); }
+
+// The text the system's message table has for a number, "" when none.
+inline std::string SystemText(DWORD number) {
+    char* buffer = nullptr;
+    DWORD n = FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM, nullptr, number, 0x400,
+                             reinterpret_cast<LPSTR>(&buffer), 0, nullptr);
+    std::string text = n && buffer ? std::string(buffer, n) : std::string();
+    if (buffer) LocalFree(buffer);
+    return text;
+}
+
+// Takes the thread's error information and returns its description ("" when
+// there is none) and source.
+struct TakenErrorInfo {
+    bool present = false;
+    std::string description, source;
+};
+inline TakenErrorInfo TakeErrorInfo() {
+    TakenErrorInfo out;
+    IErrorInfo* info = nullptr;
+    if (GetErrorInfo(0, &info) == S_OK && info) {
+        out.present = true;
+        BSTR d = nullptr, s = nullptr;
+        info->GetDescription(&d);
+        info->GetSource(&s);
+        out.description = Utf8(d);
+        out.source = Utf8(s);
+        SysFreeString(d);
+        SysFreeString(s);
+        info->Release();
+    }
+    return out;
+}
+
+}  // namespace test

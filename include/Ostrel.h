@@ -11,3 +11,12 @@
 #include <ocidl.h>
 
 #include "OstrelLib.h"
+
+// The library's entry points for the component runtime.
+#ifdef _WIN32
+#define OSTREL_ENTRY_POINT
+#else
+#define OSTREL_ENTRY_POINT __attribute__((visibility("default")))
+#endif
+EXTERN_C OSTREL_ENTRY_POINT HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv);
+EXTERN_C OSTREL_ENTRY_POINT HRESULT STDAPICALLTYPE DllCanUnloadNow(void);

@@ -59,7 +59,7 @@ TEST(VariantOrder, ScalarsOfOneType) {
         {"bool: false after true", Bool(false), Bool(true), false, false},
         {"currency signed 64-bit", Cy(-1), Cy(0x100000000LL), true, false},
         {"currency equal", Cy(5), Cy(5), false, true},
-        {"null vs empty", None(VT_NULL), None(VT_EMPTY), false, false},
+        {"null vs empty: each is less than the other", None(VT_NULL), None(VT_EMPTY), true, false},
     };
     for (Case c : cases) {
         SCOPED_TRACE(c.name);
@@ -118,6 +118,7 @@ TEST(VariantOrder, StringsCompareByCodeUnitAndNullIsEmpty) {
     test::SetBstr(b, OLESTR("Abd"));
     test::SetBstr(lower, OLESTR("abc"));
     nullString.vt = VT_BSTR;
+    nullString.bstrVal = nullptr;
     test::SetBstr(emptyString, OLESTR(""));
     EXPECT_TRUE(VariantLess(a, b));
     EXPECT_TRUE(VariantLess(a, lower)) << "case-sensitive, no locale: 'A' < 'a'";

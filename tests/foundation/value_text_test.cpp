@@ -55,6 +55,7 @@ TEST(VarToW, StringsAreNarrowedUpToTheirFirstNul) {
 
     test::Var null;
     null.vt = VT_BSTR;
+    null.bstrVal = nullptr;
     EXPECT_EQ(VarToW(null), "");
 }
 

@@ -167,7 +167,9 @@ HRESULT FromObject(const VARIANT& source, LCID lcid, USHORT flags, VARTYPE targe
 HRESULT ConvertScalar(const VARIANT& source, LCID lcid, USHORT flags, VARTYPE target, VARIANT* out) {
     const VARTYPE vt = source.vt;
     if (target == VT_EMPTY || target == VT_NULL) {
-        if (vt == VT_ERROR) return DISP_E_TYPEMISMATCH;
+        // Everything but an error code may become empty or null, except that
+        // the platform does not turn null back into empty.
+        if (vt == VT_ERROR || (vt == VT_NULL && target == VT_EMPTY)) return DISP_E_TYPEMISMATCH;
         out->vt = target;
         return S_OK;
     }
@@ -197,7 +199,8 @@ HRESULT BytesToText(SAFEARRAY* bytes, VARIANT* out) {
 
 HRESULT TextToBytes(BSTR text, VARIANT* out) {
     const UINT length = SysStringByteLen(text);
-    SAFEARRAY* bytes = SafeArrayCreateVector(VT_UI1, 0, length);
+    SAFEARRAYBOUND bound = {length, 0};
+    SAFEARRAY* bytes = SafeArrayCreate(VT_UI1, 1, &bound);
     if (!bytes) return E_OUTOFMEMORY;
     if (length) std::memcpy(bytes->pvData, text, length);
     out->vt = VT_ARRAY | VT_UI1;

@@ -37,6 +37,20 @@ void CivilFromDays(int64_t days, int64_t* year, unsigned* month, unsigned* day) 
     *year = yoe + era * 400 + (*month <= 2);
 }
 
+DATE DateFromParts(int64_t days, int64_t hour, int64_t minute, int64_t second) {
+    int64_t seconds = hour * 3600 + minute * 60 + second;
+    days += seconds / 86400;
+    seconds %= 86400;
+    // Hours, then minutes, then seconds, each added on its own, counting away
+    // from day 0 for days before it.
+    const double direction = days >= 0 ? 1.0 : -1.0;
+    double result = static_cast<double>(days);
+    result += direction * static_cast<double>(seconds / 3600) / 24.0;
+    result += direction * static_cast<double>(seconds / 60 % 60) / 1440.0;
+    result += direction * static_cast<double>(seconds % 60) / 86400.0;
+    return result;
+}
+
 }  // namespace ostrel::platform
 
 using namespace ostrel::platform;
@@ -86,14 +100,10 @@ OSTREL_PLATFORM_FN INT WINAPI SystemTimeToVariantTime(LPSYSTEMTIME lpSystemTime,
         month = 12;
         --year;
     }
-    int64_t days = DaysFromCivil(year, month, 1) + st.wDay - 1;
+    const int64_t days = DaysFromCivil(year, month, 1) + st.wDay - 1;
     // Hours, minutes and seconds past their ranges carry over; milliseconds
     // are ignored, as on the platform.
-    int64_t seconds = int64_t{st.wHour} * 3600 + int64_t{st.wMinute} * 60 + st.wSecond;
-    days += seconds / 86400;
-    seconds %= 86400;
-    const double fraction = static_cast<double>(seconds) / 86400.0;
-    const double result = days >= 0 ? static_cast<double>(days) + fraction : static_cast<double>(days) - fraction;
+    const double result = DateFromParts(days, st.wHour, st.wMinute, st.wSecond);
     if (result < VTDATEGRE_MIN || result >= VTDATEGRE_MAX + 1.0) return FALSE;
     *pvtime = result;
     return TRUE;

@@ -226,8 +226,7 @@ HRESULT ParseDate(const OLECHAR* text, UINT length, DATE* out) {
     } else if (!haveTime) {
         return DISP_E_TYPEMISMATCH;
     }
-    const double fraction = (hour * 3600 + minute * 60 + second) / 86400.0;
-    *out = days >= 0 ? static_cast<double>(days) + fraction : static_cast<double>(days) - fraction;
+    *out = DateFromParts(days, hour, minute, second);
     return S_OK;
 }
 

@@ -72,6 +72,10 @@ HRESULT ParseDate(const OLECHAR* text, UINT length, DATE* out);
 int64_t DaysFromCivil(int64_t year, unsigned month, unsigned day);
 void CivilFromDays(int64_t days, int64_t* year, unsigned* month, unsigned* day);
 
+// A day and a time of day as a DATE, summed the way the platform sums them so
+// that the results agree to the last bit. Times past 24 hours carry over.
+DATE DateFromParts(int64_t days, int64_t hour, int64_t minute, int64_t second);
+
 }  // namespace ostrel::platform
 
 #endif

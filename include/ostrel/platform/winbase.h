@@ -39,9 +39,21 @@ typedef struct _SECURITY_ATTRIBUTES {
 #define CP_UTF8 65001
 #define MB_PRECOMPOSED 0x00000001
 #define MB_ERR_INVALID_CHARS 0x00000008
+#define WC_ERR_INVALID_CHARS 0x00000080
 #define WC_NO_BEST_FIT_CHARS 0x00000400
 
 #define MAX_PATH 260
+
+// Status numbers these services report beyond those winerror.h lists.
+#ifndef ERROR_NO_WORK_DONE
+#define ERROR_NO_WORK_DONE 235L
+#endif
+#ifndef ERROR_INVALID_FLAGS
+#define ERROR_INVALID_FLAGS 1004L
+#endif
+#ifndef ERROR_RESOURCE_LANG_NOT_FOUND
+#define ERROR_RESOURCE_LANG_NOT_FOUND 1815L
+#endif
 
 OSTREL_PLATFORM_FN HMODULE WINAPI LoadLibraryExA(LPCSTR lpLibFileName, HANDLE hFile, DWORD dwFlags);
 OSTREL_PLATFORM_FN HMODULE WINAPI LoadLibraryA(LPCSTR lpLibFileName);

@@ -1,0 +1,332 @@
+#ifndef _WIN32
+// Modules: shared objects loaded by the platform's rules, their exports, file
+// names and resources.
+//
+// A plain file name is searched where the platform searches, mapped to
+// Linux: the executable's folder, the "system folder" (the folder holding
+// this platform library, where an installation puts the message module), the
+// current folder, then each folder of PATH. A name containing '/' is used as
+// given.
+#include <dlfcn.h>
+#include <link.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+#include <mutex>
+#include <new>
+#include <string>
+#include <vector>
+
+#include <windows.h>
+
+#include "module_resources.h"
+#include "resource_lookup.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Module {
+    void* library;     // dlopen's handle, which is also the HMODULE
+    std::string path;  // absolute, as it was found
+    unsigned loads;    // LoadLibrary calls not yet matched by FreeLibrary
+};
+
+// Modules loaded through LoadLibrary. An HMODULE is only ever used after it
+// is found here, so a stale or made-up one is refused, never followed.
+std::mutex modulesMutex;
+std::vector<Module>& Modules() {
+    static auto* modules = new std::vector<Module>;  // never destroyed: modules may be freed at exit
+    return *modules;
+}
+
+Module* FindModule(HMODULE handle) {
+    for (Module& m : Modules()) {
+        if (m.library == handle) return &m;
+    }
+    return nullptr;
+}
+
+// The dlopen handle of the executable, which a null HMODULE stands for.
+void* Executable() {
+    static void* executable = dlopen(nullptr, RTLD_LAZY);
+    return executable;
+}
+
+std::string ExecutablePath() {
+    std::error_code error;
+    fs::path path = fs::read_symlink("/proc/self/exe", error);
+    return error ? std::string() : path.string();
+}
+
+std::string SystemFolder() {
+    Dl_info info{};
+    if (!dladdr(reinterpret_cast<void*>(&LoadLibraryExA), &info) || !info.dli_fname) return std::string();
+    std::error_code error;
+    fs::path library = fs::canonical(info.dli_fname, error);
+    return error ? std::string() : library.parent_path().string();
+}
+
+bool IsFile(const std::string& path) {
+    struct stat info {};
+    return stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
+}
+
+// The platform's rule for names without a path: no extension means ".dll",
+// and a trailing dot means "this name has no extension".
+std::string WithDefaultExtension(std::string name) {
+    if (name.back() == '.') name.pop_back();
+    else if (name.find('.') == std::string::npos) name += ".dll";
+    return name;
+}
+
+// The path of a module with this file name that is already loaded: the
+// platform uses a loaded module of the same name before searching.
+std::string LoadedPath(const std::string& name) {
+    std::lock_guard<std::mutex> lock(modulesMutex);
+    for (const Module& m : Modules()) {
+        if (fs::path(m.path).filename() == name) return m.path;
+    }
+    return std::string();
+}
+
+std::string Search(const std::string& name) {
+    std::vector<std::string> folders;
+    folders.push_back(fs::path(ExecutablePath()).parent_path().string());
+    static const std::string systemFolder = SystemFolder();
+    folders.push_back(systemFolder);
+    std::error_code error;
+    folders.push_back(fs::current_path(error).string());
+    if (const char* path = getenv("PATH")) {
+        std::string list = path;
+        for (size_t start = 0; start <= list.size();) {
+            size_t end = list.find(':', start);
+            if (end == std::string::npos) end = list.size();
+            folders.push_back(list.substr(start, end - start));
+            start = end + 1;
+        }
+    }
+    for (const std::string& folder : folders) {
+        if (folder.empty()) continue;
+        std::string candidate = folder + "/" + name;
+        if (IsFile(candidate)) return candidate;
+    }
+    return std::string();
+}
+
+// The platform's error for a file that was found but dlopen refused.
+DWORD LoadError(const char* message) {
+    const std::string text = message ? message : "";
+    if (text.find("undefined symbol") != std::string::npos) return ERROR_PROC_NOT_FOUND;  // a missing import
+    if (text.find("No such file") != std::string::npos) return ERROR_MOD_NOT_FOUND;       // a missing dependency
+    if (text.find("Permission denied") != std::string::npos) return ERROR_ACCESS_DENIED;
+    return ERROR_BAD_EXE_FORMAT;
+}
+
+// A symbol the module itself defines. dlsym also searches the module's
+// dependencies, but the platform's exports are the module's own.
+void* OwnSymbol(void* library, const char* name) {
+    void* symbol = dlsym(library, name);
+    if (!symbol) return nullptr;
+    link_map* module = nullptr;
+    link_map* owner = nullptr;
+    Dl_info info{};
+    if (dlinfo(library, RTLD_DI_LINKMAP, &module) != 0 ||
+        !dladdr1(symbol, &info, reinterpret_cast<void**>(&owner), RTLD_DL_LINKMAP) || owner != module) {
+        return nullptr;
+    }
+    return symbol;
+}
+
+// The dlopen handle behind an HMODULE (null: the executable), or null.
+// Called with modulesMutex held.
+void* LibraryOf(HMODULE module) {
+    if (!module) return Executable();
+    Module* m = FindModule(module);
+    return m ? m->library : nullptr;
+}
+
+template <typename T>
+DWORD CopyName(const std::basic_string<T>& name, T* buffer, DWORD size) {
+    if (!buffer || size == 0) {
+        SetLastError(ERROR_INSUFFICIENT_BUFFER);
+        return 0;
+    }
+    if (name.size() < size) {
+        name.copy(buffer, name.size());
+        buffer[name.size()] = 0;
+        SetLastError(ERROR_SUCCESS);  // the platform clears it on success
+        return DWORD(name.size());
+    }
+    // Truncated and still terminated, as the platform does since Vista.
+    name.copy(buffer, size - 1);
+    buffer[size - 1] = 0;
+    SetLastError(ERROR_INSUFFICIENT_BUFFER);
+    return size;
+}
+
+// The module's file name, or false (with the last error) for an unknown one.
+bool ModulePath(HMODULE module, std::string& path) {
+    if (!module) {
+        path = ExecutablePath();
+        return true;
+    }
+    std::lock_guard<std::mutex> lock(modulesMutex);
+    Module* m = FindModule(module);
+    if (!m) {
+        SetLastError(ERROR_MOD_NOT_FOUND);
+        return false;
+    }
+    path = m->path;
+    return true;
+}
+
+HMODULE Load(const char* fileName, DWORD flags) {
+    if (!fileName || !*fileName) {
+        SetLastError(ERROR_MOD_NOT_FOUND);
+        return nullptr;
+    }
+    std::string path;
+    if (std::strchr(fileName, '/')) {
+        if (IsFile(fileName)) path = fileName;
+    } else {
+        const std::string name = WithDefaultExtension(fileName);
+        path = LoadedPath(name);
+        if (path.empty()) path = Search(name);
+    }
+    if (path.empty()) {
+        SetLastError(ERROR_MOD_NOT_FOUND);
+        return nullptr;
+    }
+    std::error_code error;
+    path = fs::absolute(path, error).lexically_normal().string();
+
+    // A module loaded only for its resources still gets loaded: a Linux
+    // module cannot be mapped as data alone. Its symbols are then bound
+    // lazily, so a missing import does not stop its resources being read.
+    const bool dataOnly = flags & (DONT_RESOLVE_DLL_REFERENCES | LOAD_LIBRARY_AS_DATAFILE);
+    // Outside the lock: the module's constructors may load modules too.
+    void* library = dlopen(path.c_str(), (dataOnly ? RTLD_LAZY : RTLD_NOW) | RTLD_LOCAL);
+    if (!library) {
+        SetLastError(LoadError(dlerror()));
+        return nullptr;
+    }
+    std::lock_guard<std::mutex> lock(modulesMutex);
+    HMODULE handle = static_cast<HMODULE>(library);
+    if (Module* m = FindModule(handle)) {
+        ++m->loads;  // dlopen counts as well; each load is undone by one dlclose
+    } else {
+        Modules().push_back(Module{library, path, 1});
+    }
+    return handle;
+}
+
+}  // namespace
+
+namespace ostrel::platform {
+
+DWORD FindModuleResource(HMODULE module, const char* type, unsigned id, const void*& data, unsigned long& size) {
+    std::lock_guard<std::mutex> lock(modulesMutex);
+    void* library = LibraryOf(module);
+    const auto* table =
+        library ? static_cast<const OstrelResourceEntry*>(OwnSymbol(library, OSTREL_RESOURCE_TABLE_SYMBOL)) : nullptr;
+    if (!table) return ERROR_RESOURCE_DATA_NOT_FOUND;
+    bool typeFound = false;
+    for (const OstrelResourceEntry* entry = table; entry->type; ++entry) {
+        if (std::strcmp(entry->type, type) != 0) continue;
+        typeFound = true;
+        if (entry->id == id) {
+            data = entry->data;
+            size = entry->size;
+            return ERROR_SUCCESS;
+        }
+    }
+    return typeFound ? ERROR_RESOURCE_NAME_NOT_FOUND : ERROR_RESOURCE_TYPE_NOT_FOUND;
+}
+
+}  // namespace ostrel::platform
+
+HMODULE WINAPI LoadLibraryExA(LPCSTR lpLibFileName, HANDLE, DWORD dwFlags) {
+    try {
+        return Load(lpLibFileName, dwFlags);
+    } catch (const std::bad_alloc&) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+}
+
+HMODULE WINAPI LoadLibraryA(LPCSTR lpLibFileName) { return LoadLibraryExA(lpLibFileName, nullptr, 0); }
+
+BOOL WINAPI FreeLibrary(HMODULE hLibModule) {
+    if (!hLibModule) {
+        SetLastError(ERROR_INVALID_HANDLE);
+        return FALSE;
+    }
+    void* library;
+    {
+        std::lock_guard<std::mutex> lock(modulesMutex);
+        Module* m = FindModule(hLibModule);
+        if (!m) {
+            SetLastError(ERROR_MOD_NOT_FOUND);
+            return FALSE;
+        }
+        library = m->library;
+        if (--m->loads == 0) Modules().erase(Modules().begin() + (m - Modules().data()));
+    }
+    // Outside the lock: the module's destructors may free modules too.
+    dlclose(library);
+    return TRUE;
+}
+
+FARPROC WINAPI GetProcAddress(HMODULE hModule, LPCSTR lpProcName) {
+    std::lock_guard<std::mutex> lock(modulesMutex);
+    void* library = LibraryOf(hModule);
+    if (!library) {
+        SetLastError(ERROR_MOD_NOT_FOUND);
+        return nullptr;
+    }
+    // Small values are export ordinals; Linux modules export by name only.
+    if (reinterpret_cast<uintptr_t>(lpProcName) < 0x10000) {
+        SetLastError(ERROR_PROC_NOT_FOUND);
+        return nullptr;
+    }
+    void* symbol = OwnSymbol(library, lpProcName);
+    if (!symbol) SetLastError(ERROR_PROC_NOT_FOUND);
+    return reinterpret_cast<FARPROC>(symbol);
+}
+
+// The name comes back in the file system's own bytes rather than converted
+// to the ANSI code page: a Linux path is a byte string, and these bytes are
+// the ones that open the file again.
+DWORD WINAPI GetModuleFileNameA(HMODULE hModule, LPSTR lpFilename, DWORD nSize) {
+    try {
+        std::string path;
+        if (!ModulePath(hModule, path)) return 0;
+        return CopyName(path, lpFilename, nSize);
+    } catch (const std::bad_alloc&) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return 0;
+    }
+}
+
+// Linux paths are taken to be UTF-8.
+DWORD WINAPI GetModuleFileNameW(HMODULE hModule, LPWSTR lpFilename, DWORD nSize) {
+    try {
+        std::string path;
+        if (!ModulePath(hModule, path)) return 0;
+        std::u16string wide;
+        if (!path.empty()) {
+            int length = MultiByteToWideChar(CP_UTF8, 0, path.data(), int(path.size()), nullptr, 0);
+            wide.resize(size_t(length));
+            MultiByteToWideChar(CP_UTF8, 0, path.data(), int(path.size()), wide.data(), length);
+        }
+        return CopyName(wide, lpFilename, nSize);
+    } catch (const std::bad_alloc&) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return 0;
+    }
+}
+
+#endif

@@ -1,0 +1,45 @@
+#ifndef _WIN32
+// The resources a module carries, in the form a Linux module can hold them.
+//
+// The platform keeps message tables, type libraries and registry scripts
+// inside module files, found by type and number. A Linux shared object has no
+// resource section, so each module that carries resources exports one C
+// array, OstrelResourceTable, ended by an entry whose type is null. Build
+// steps that generate a module's resources include this header and nothing
+// else, so it stays free of the platform headers.
+#pragma once
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef struct OstrelResourceEntry {
+    const char* type;    // one of the OSTREL_RT_* names; null ends the table
+    unsigned id;         // the resource's number within its type
+    const void* data;    // the bytes, in the platform's own format for the type
+    unsigned long size;  // their count
+} OstrelResourceEntry;
+
+#ifdef __cplusplus
+}
+#endif
+
+// Resource types, named as the platform's resource compiler names them.
+#define OSTREL_RT_MESSAGETABLE "MESSAGETABLE"
+#define OSTREL_RT_TYPELIB "TYPELIB"
+#define OSTREL_RT_REGISTRY "REGISTRY"
+#define OSTREL_RT_STRING "STRING"
+
+// The symbol the platform looks for in a module.
+#define OSTREL_RESOURCE_TABLE_SYMBOL "OstrelResourceTable"
+
+// Defines a module's table; the symbol must be visible even when the module
+// hides everything else.
+#ifdef __cplusplus
+#define OSTREL_RESOURCE_TABLE \
+    extern "C" __attribute__((visibility("default"))) const OstrelResourceEntry OstrelResourceTable[]
+#else
+#define OSTREL_RESOURCE_TABLE \
+    __attribute__((visibility("default"))) const OstrelResourceEntry OstrelResourceTable[]
+#endif
+#endif

@@ -77,7 +77,9 @@ TEST(EncodeRule, StartBefore1899FailsEveryRecurringFamily) {
     // Its whole days, read unsigned, lie outside the calendar.
     for (ULONG type : {1u, 2u, 4u, 8u, 32u, 64u, 128u, 256u, 512u}) {
         SCOPED_TRACE(type);
-        EXPECT_EQ(test::Hex(HRESULT(Caught([&] { EncodeRule(-1.5, 3.0, 1, type); }).code)), test::Hex(E_FAIL));
+        const auto failure = Caught([&] { EncodeRule(-1.5, 3.0, 1, type); });
+        EXPECT_EQ(test::Hex(HRESULT(failure.code)), test::Hex(E_FAIL));
+        EXPECT_EQ(failure.text, test::SystemText(E_FAIL)) << "a numbered error, with the system's own text";
     }
 }
 

@@ -14,10 +14,12 @@ namespace ostrel {
 // weekday is given as a date whose day of the month is its number (any 2nd
 // for Monday), a week of the month as a date whose month is its index.
 //
-// crRule is the raw 32-bit value a caller sent. Throws EVoError with "Rules
-// rule type out of range", or, for the family's own checks in their order,
-// "Year out of range", "Day out of range", "Month out of range"; a start the
-// calendar cannot hold throws EVoError with the code E_FAIL.
+// crRule is the raw 32-bit value a caller sent. Throws EVoError: "Rules rule
+// type out of range" for any other type; "Day out of range" when a weekday's
+// day of the month is above 7, checked before "Month out of range" (a month,
+// read as the week of the month, above 5); "Year out of range" for a yearly
+// weekday outside 1930-1935, checked before its day; the code E_FAIL for a
+// start the calendar cannot hold.
 tagRULE EncodeRule(DATE dtStart, DATE dtStop, BOOL bWorking, ULONG crRule);
 
 }  // namespace ostrel

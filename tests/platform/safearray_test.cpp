@@ -1,0 +1,166 @@
+#include <cstring>
+
+#include "platform/variant_test_support.h"
+
+namespace {
+
+DWORD StoredVartype(SAFEARRAY* psa) {
+    DWORD vt;
+    std::memcpy(&vt, reinterpret_cast<const char*>(psa) - sizeof vt, sizeof vt);
+    return vt;
+}
+
+TEST(SafeArray, CreateRecordsTheElementTypeAsThePlatformDoes) {
+    struct Case {
+        VARTYPE vt;
+        ULONG size;
+        USHORT features;
+    };
+    const Case cases[] = {{VT_I2, 2, FADF_HAVEVARTYPE},          {VT_R8, 8, FADF_HAVEVARTYPE},
+                          {VT_BSTR, 8, FADF_BSTR | FADF_HAVEVARTYPE}, {VT_VARIANT, 24, FADF_VARIANT | FADF_HAVEVARTYPE},
+                          {VT_UNKNOWN, 8, FADF_UNKNOWN | FADF_HAVEIID}, {VT_DISPATCH, 8, FADF_DISPATCH | FADF_HAVEIID},
+                          {VT_DECIMAL, 16, FADF_HAVEVARTYPE},       {VT_UI1, 1, FADF_HAVEVARTYPE}};
+    SAFEARRAYBOUND bounds[2] = {{3, 1}, {2, -1}};
+    for (const Case& c : cases) {
+        SAFEARRAY* psa = SafeArrayCreate(c.vt, 2, bounds);
+        ASSERT_NE(psa, nullptr) << "vt=" << c.vt;
+        EXPECT_EQ(SafeArrayGetElemsize(psa), c.size) << "vt=" << c.vt;
+        EXPECT_EQ(psa->fFeatures, c.features) << "vt=" << c.vt;
+        VARTYPE vt = 0;
+        EXPECT_EQ(Hex(SafeArrayGetVartype(psa, &vt)), Hex(S_OK));
+        EXPECT_EQ(vt, c.vt);
+        if (c.features & FADF_HAVEVARTYPE) {
+            EXPECT_EQ(StoredVartype(psa), c.vt);
+        }
+        if (c.vt == VT_DISPATCH) {
+            EXPECT_TRUE(IsEqualGUID(*(reinterpret_cast<const GUID*>(psa) - 1), IID_IDispatch));
+        }
+        EXPECT_EQ(Hex(SafeArrayDestroy(psa)), Hex(S_OK));
+    }
+}
+
+TEST(SafeArray, CreateRefusesWhatItCannotHold) {
+    SAFEARRAYBOUND bound = {4, 0};
+    for (VARTYPE vt : {VARTYPE(VT_EMPTY), VARTYPE(VT_NULL), VARTYPE(VT_RECORD), VARTYPE(VT_VOID), VARTYPE(15)})
+        EXPECT_EQ(SafeArrayCreate(vt, 1, &bound), nullptr) << "vt=" << vt;
+    EXPECT_EQ(SafeArrayCreate(VT_I4, 0, &bound), nullptr);
+    EXPECT_EQ(SafeArrayCreate(VT_I4, 1, nullptr), nullptr);
+    SAFEARRAYBOUND huge[2] = {{0x10000, 0}, {0x10000, 0}};  // 32 GiB of doubles
+    EXPECT_EQ(SafeArrayCreate(VT_R8, 2, huge), nullptr);
+    EXPECT_EQ(SafeArrayCreateVector(VT_R8, 0, 0x40000000), nullptr);
+}
+
+TEST(SafeArray, BoundsPerDimension) {
+    SAFEARRAYBOUND bounds[2] = {{3, 1}, {2, -1}};
+    SAFEARRAY* psa = SafeArrayCreate(VT_I4, 2, bounds);
+    LONG lo = 99, hi = 99;
+    EXPECT_EQ(Hex(SafeArrayGetLBound(psa, 1, &lo)), Hex(S_OK));
+    EXPECT_EQ(Hex(SafeArrayGetUBound(psa, 1, &hi)), Hex(S_OK));
+    EXPECT_EQ(lo, 1);
+    EXPECT_EQ(hi, 3);
+    EXPECT_EQ(Hex(SafeArrayGetUBound(psa, 2, &hi)), Hex(S_OK));
+    EXPECT_EQ(hi, 0);
+    hi = 99;
+    EXPECT_EQ(Hex(SafeArrayGetUBound(psa, 0, &hi)), Hex(DISP_E_BADINDEX));
+    EXPECT_EQ(Hex(SafeArrayGetLBound(psa, 3, &hi)), Hex(DISP_E_BADINDEX));
+    EXPECT_EQ(hi, 99);
+    EXPECT_EQ(Hex(SafeArrayGetUBound(nullptr, 1, &hi)), Hex(E_INVALIDARG));
+    EXPECT_EQ(Hex(SafeArrayGetUBound(psa, 1, nullptr)), Hex(E_INVALIDARG));
+    EXPECT_EQ(SafeArrayGetDim(psa), 2u);
+    EXPECT_EQ(SafeArrayGetDim(nullptr), 0u);
+
+    // The first index varies fastest.
+    LONG at[2] = {2, 0};
+    LONG value = 42;
+    ASSERT_EQ(Hex(SafeArrayPutElement(psa, at, &value)), Hex(S_OK));
+    EXPECT_EQ(static_cast<LONG*>(psa->pvData)[4], 42);
+    LONG outside[2] = {4, 0};
+    EXPECT_EQ(Hex(SafeArrayPutElement(psa, outside, &value)), Hex(DISP_E_BADINDEX));
+    outside[0] = 0;
+    EXPECT_EQ(Hex(SafeArrayGetElement(psa, outside, &value)), Hex(DISP_E_BADINDEX));
+    EXPECT_EQ(Hex(SafeArrayPutElement(psa, nullptr, &value)), Hex(E_INVALIDARG));
+    EXPECT_EQ(Hex(SafeArrayPutElement(psa, at, nullptr)), Hex(E_INVALIDARG));
+    EXPECT_EQ(Hex(SafeArrayGetElement(psa, at, nullptr)), Hex(E_INVALIDARG));
+    SafeArrayDestroy(psa);
+}
+
+TEST(SafeArray, LocksGuardDestruction) {
+    SAFEARRAY* psa = SafeArrayCreateVector(VT_I4, 5, 3);
+    void* data = nullptr;
+    ASSERT_EQ(Hex(SafeArrayAccessData(psa, &data)), Hex(S_OK));
+    EXPECT_EQ(data, psa->pvData);
+    ASSERT_EQ(Hex(SafeArrayLock(psa)), Hex(S_OK));
+    EXPECT_EQ(Hex(SafeArrayDestroy(psa)), Hex(DISP_E_ARRAYISLOCKED));
+    EXPECT_EQ(Hex(SafeArrayUnlock(psa)), Hex(S_OK));
+    EXPECT_EQ(Hex(SafeArrayUnaccessData(psa)), Hex(S_OK));
+    EXPECT_EQ(Hex(SafeArrayUnaccessData(psa)), Hex(E_UNEXPECTED));
+    EXPECT_EQ(Hex(SafeArrayUnlock(psa)), Hex(E_UNEXPECTED));
+    EXPECT_EQ(Hex(SafeArrayLock(nullptr)), Hex(E_INVALIDARG));
+    EXPECT_EQ(Hex(SafeArrayAccessData(psa, nullptr)), Hex(E_INVALIDARG));
+    EXPECT_EQ(Hex(SafeArrayDestroy(psa)), Hex(S_OK));
+    EXPECT_EQ(Hex(SafeArrayDestroy(nullptr)), Hex(S_OK));
+}
+
+TEST(SafeArray, ElementsAreCopiedInAndOut) {
+    SAFEARRAY* strings = SafeArrayCreateVector(VT_BSTR, 0, 2);
+    BSTR text = SysAllocString(OLESTR("hi"));
+    LONG i = 0;
+    ASSERT_EQ(Hex(SafeArrayPutElement(strings, &i, text)), Hex(S_OK));
+    BSTR stored = static_cast<BSTR*>(strings->pvData)[0];
+    EXPECT_NE(stored, text);
+    BSTR got = nullptr;
+    ASSERT_EQ(Hex(SafeArrayGetElement(strings, &i, &got)), Hex(S_OK));
+    EXPECT_NE(got, stored);
+    EXPECT_EQ(SysStringLen(got), 2u);
+    SysFreeString(got);
+    SysFreeString(text);
+
+    SAFEARRAY* copy = nullptr;
+    ASSERT_EQ(Hex(SafeArrayCopy(strings, &copy)), Hex(S_OK));
+    EXPECT_NE(static_cast<BSTR*>(copy->pvData)[0], stored);
+    EXPECT_EQ(copy->fFeatures, FADF_BSTR | FADF_HAVEVARTYPE);
+    SafeArrayDestroy(copy);
+    SafeArrayDestroy(strings);
+
+    FakeObject object;
+    SAFEARRAY* objects = SafeArrayCreateVector(VT_UNKNOWN, 0, 1);
+    ASSERT_EQ(Hex(SafeArrayPutElement(objects, &i, static_cast<IUnknown*>(&object))), Hex(S_OK));
+    EXPECT_EQ(object.refs, 2u);
+    IUnknown* out = nullptr;
+    ASSERT_EQ(Hex(SafeArrayGetElement(objects, &i, &out)), Hex(S_OK));
+    EXPECT_EQ(object.refs, 3u);
+    out->Release();
+    ASSERT_EQ(Hex(SafeArrayCopy(objects, &copy)), Hex(S_OK));
+    EXPECT_EQ(object.refs, 3u);
+    SafeArrayDestroy(copy);
+    SafeArrayDestroy(objects);
+    EXPECT_EQ(object.refs, 1u);
+
+    SAFEARRAY* variants = SafeArrayCreateVector(VT_VARIANT, 0, 1);
+    Var v;
+    v.vt = 15;
+    EXPECT_EQ(Hex(SafeArrayPutElement(variants, &i, &v)), Hex(DISP_E_BADVARTYPE));
+    SetBstr(&v, OLESTR("vv"));
+    ASSERT_EQ(Hex(SafeArrayPutElement(variants, &i, &v)), Hex(S_OK));
+    Var back;
+    ASSERT_EQ(Hex(SafeArrayGetElement(variants, &i, &back)), Hex(S_OK));
+    EXPECT_EQ(Describe(back), "BSTR 'vv'");
+    EXPECT_NE(back.bstrVal, v.bstrVal);
+    SafeArrayDestroy(variants);
+}
+
+TEST(SafeArray, CopyOfNothingIsNothing) {
+    SAFEARRAY* out = reinterpret_cast<SAFEARRAY*>(1);
+    EXPECT_EQ(Hex(SafeArrayCopy(nullptr, &out)), Hex(S_OK));
+    EXPECT_EQ(out, nullptr);
+    SAFEARRAY* psa = SafeArrayCreateVector(VT_I4, 0, 0);
+    EXPECT_EQ(Hex(SafeArrayCopy(psa, nullptr)), Hex(E_INVALIDARG));
+    ASSERT_EQ(Hex(SafeArrayCopy(psa, &out)), Hex(S_OK));
+    LONG ub = 0;
+    EXPECT_EQ(Hex(SafeArrayGetUBound(out, 1, &ub)), Hex(S_OK));
+    EXPECT_EQ(ub, -1);
+    SafeArrayDestroy(out);
+    SafeArrayDestroy(psa);
+}
+
+}  // namespace

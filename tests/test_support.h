@@ -17,11 +17,7 @@ inline std::string Hex(HRESULT hr) {
     return buf;
 }
 
-#define EXPECT_HR(expected, actual)                                                      \
-    do {                                                                                 \
-        HRESULT hr_actual_ = (actual);                                                   \
-        EXPECT_EQ(test::Hex(expected), test::Hex(hr_actual_)) << "from " #actual;       \
-    } while (0)
+#define EXPECT_HR(expected, actual) EXPECT_EQ(test::Hex(expected), test::Hex(actual)) << "from " #actual
 
 inline std::string Utf8(const OLECHAR* s) {
     std::string out;

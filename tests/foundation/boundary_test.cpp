@@ -72,7 +72,7 @@ TEST_F(BoundaryTest, FormulaIsAppendedToEveryFailure) {
     EXPECT_EQ(test::TakeErrorInfo().description, "Division by zero\nFormula: 1/0");
 
     // Even a failure that carried no text now has one.
-    EXPECT_HR(DISP_E_EXCEPTION, FormulaBoundary(kClass, OLESTR("2+"), [] { throw 1; }));
+    EXPECT_HR(DISP_E_EXCEPTION, FormulaBoundary(kClass, OLESTR("2+"), [] { throw std::runtime_error("?"); }));
     EXPECT_EQ(test::TakeErrorInfo().description, "\nFormula: 2+");
 
     EXPECT_HR(DISP_E_EXCEPTION, FormulaBoundary(kClass, OLESTR("x"), [] { return E_INVALIDARG; }));

@@ -60,7 +60,8 @@ TEST(VarToW, StringsAreNarrowedUpToTheirFirstNul) {
 }
 
 TEST(VarToW, OtherTypesAreRefused) {
-    for (VARTYPE vt : {VT_I2, VT_R4, VT_BOOL, VT_UI1, VARTYPE(VT_BYREF | VT_I4), VARTYPE(VT_ARRAY | VT_VARIANT)}) {
+    for (VARTYPE vt : {VARTYPE(VT_I2), VARTYPE(VT_R4), VARTYPE(VT_BOOL), VARTYPE(VT_UI1), VARTYPE(VT_BYREF | VT_I4),
+                       VARTYPE(VT_ARRAY | VT_VARIANT)}) {
         VARIANT v = {};
         v.vt = vt;
         try {

@@ -127,6 +127,10 @@ HRESULT StoreInteger(const NumericValue& v, IntegerType type, VARTYPE vt, VARIAN
 
 HRESULT StoreCurrency(const NumericValue& v, VARIANT* out) {
     __int128 scaled;
+    // Scaling up never shrinks a value, so a mantissa past the 64-bit range
+    // cannot fit (and must not be multiplied).
+    if (v.kind != Kind::Real && (v.integer > INT64_MAX || v.integer < INT64_MIN))
+        return DISP_E_OVERFLOW;
     switch (v.kind) {
         case Kind::Integer:
             scaled = v.integer * 10000;

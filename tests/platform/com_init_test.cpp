@@ -9,9 +9,7 @@ TEST(ComInit, CountsPerThreadAndRefusesTheOtherModel) {
     EXPECT_HR(S_OK, CoInitialize(nullptr));
     EXPECT_HR(S_FALSE, CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED | COINIT_DISABLE_OLE1DDE));
     EXPECT_HR(RPC_E_CHANGED_MODE, CoInitializeEx(nullptr, COINIT_MULTITHREADED));  // not counted
-
-    // Another thread starts from nothing and may choose the other model.
-    HRESULT other[2] = {E_FAIL, E_FAIL};
+    HRESULT other[2] = {E_FAIL, E_FAIL};  // another thread starts from nothing
     std::thread([&] {
         other[0] = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
         other[1] = CoInitialize(nullptr);
@@ -21,14 +19,11 @@ TEST(ComInit, CountsPerThreadAndRefusesTheOtherModel) {
     EXPECT_HR(RPC_E_CHANGED_MODE, other[1]);
 
     CoUninitialize();
-    EXPECT_HR(S_FALSE, CoInitialize(nullptr));  // one initialisation is still open
+    EXPECT_HR(S_FALSE, CoInitialize(nullptr));  // one is still open
     CoUninitialize();
     CoUninitialize();
-    // Fully uninitialised: the model may change, and an extra call is harmless.
-    CoUninitialize();
+    CoUninitialize();  // unbalanced: harmless
     EXPECT_HR(S_OK, CoInitializeEx(nullptr, COINIT_MULTITHREADED));
-    CoUninitialize();
-    EXPECT_HR(S_OK, CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
     CoUninitialize();
 }
 

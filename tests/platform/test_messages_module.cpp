@@ -1,6 +1,5 @@
-// TestMessages.dll: a module carrying a message table written out by hand in
-// the platform's MESSAGE_RESOURCE_DATA layout, independent of the message
-// compiler, so the platform's reading of that layout is tested on its own.
+// TestMessages.dll: a message table written out by hand in the platform's
+// MESSAGE_RESOURCE_DATA layout, so its reading is tested apart from ostrel-mc.
 #include <cstddef>
 #include <cstdint>
 
@@ -8,9 +7,8 @@
 
 namespace {
 
-// One entry: {Length, Flags, text}, Length covering the whole entry, which
-// is padded to a multiple of four. N is the text's room, NUL and padding
-// included.
+// Entries {Length, Flags, text}: Length covers the entry, padded to four
+// bytes; N is the text's room, NUL and padding included.
 template <size_t N>
 struct AnsiEntry {
     static_assert((4 + N) % 4 == 0, "entries are padded to four bytes");

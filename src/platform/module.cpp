@@ -201,7 +201,8 @@ HMODULE Load(const char* fileName, DWORD flags) {
         return nullptr;
     }
     std::error_code error;
-    path = fs::absolute(path, error).lexically_normal().string();
+    fs::path absolute = fs::absolute(path, error);
+    if (!error) path = absolute.lexically_normal().string();
 
     // A module loaded only for its resources still gets loaded: a Linux
     // module cannot be mapped as data alone. Its symbols are then bound

@@ -31,9 +31,9 @@ TEST(CodePage, AnsiIsWindows1252WithThePlatformsUndefinedBytes) {
     std::string high;
     for (int b = 0x80; b <= 0x9F; ++b) high += char(b);
     EXPECT_EQ(Units(ToWide(CP_ACP, high, MB_ERR_INVALID_CHARS)),
-              Units(u"\u20AC\u0081\u201A\u0192\u201E\u2026\u2020\u2021\u02C6\u2030\u0160\u2039\u0152\u008D\u017D"
-                    u"\u008F\u0090\u2018\u2019\u201C\u201D\u2022\u2013\u2014\u02DC\u2122\u0161\u203A\u0153\u009D"
-                    u"\u017E\u0178"));
+              Units(OLESTR("\u20AC\u0081\u201A\u0192\u201E\u2026\u2020\u2021\u02C6\u2030\u0160\u2039\u0152\u008D"
+                           "\u017D\u008F\u0090\u2018\u2019\u201C\u201D\u2022\u2013\u2014\u02DC\u2122\u0161\u203A"
+                           "\u0153\u009D\u017E\u0178")));
     std::string all;  // every byte survives the round trip
     for (int b = 1; b < 256; ++b) all += char(b);
     BOOL usedDefault = TRUE;
@@ -44,17 +44,17 @@ TEST(CodePage, AnsiIsWindows1252WithThePlatformsUndefinedBytes) {
 TEST(CodePage, UnmappableCharactersBecomeTheDefaultCharacterWithoutBestFit) {
     BOOL usedDefault = FALSE;
     // U+0100 and U+FF0F have look-alikes ('A', '/') that are deliberately not used.
-    EXPECT_EQ(ToBytes(CP_ACP, u"a\u20AC\u00E9\u0100\uFF0F\u4E2D", &usedDefault), "a\\x80\\xE9???");
+    EXPECT_EQ(ToBytes(CP_ACP, OLESTR("a\u20AC\u00E9\u0100\uFF0F\u4E2D"), &usedDefault), "a\\x80\\xE9???");
     EXPECT_TRUE(usedDefault);
-    EXPECT_EQ(ToBytes(CP_ACP, u"x\u0100", nullptr, "*"), "x*");
-    EXPECT_EQ(ToBytes(CP_ACP, u"\U0001F600"), "??");  // two units 1252 cannot hold
+    EXPECT_EQ(ToBytes(CP_ACP, OLESTR("x\u0100"), nullptr, "*"), "x*");
+    EXPECT_EQ(ToBytes(CP_ACP, OLESTR("\U0001F600")), "??");  // two units 1252 cannot hold
 }
 
 TEST(CodePage, Utf8RoundTripsAndReplacesMalformedSequences) {
-    EXPECT_EQ(Units(ToWide(CP_UTF8, "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80")), Units(u"a\u00E9\u20AC\U0001F600"));
-    EXPECT_EQ(ToBytes(CP_UTF8, u"a\u00E9\u20AC\U0001F600"), "a\\xC3\\xA9\\xE2\\x82\\xAC\\xF0\\x9F\\x98\\x80");
+    EXPECT_EQ(Units(ToWide(CP_UTF8, "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80")), Units(OLESTR("a\u00E9\u20AC\U0001F600")));
+    EXPECT_EQ(ToBytes(CP_UTF8, OLESTR("a\u00E9\u20AC\U0001F600")), "a\\xC3\\xA9\\xE2\\x82\\xAC\\xF0\\x9F\\x98\\x80");
     // Each malformed piece is one U+FFFD; a lone surrogate is one too.
-    EXPECT_EQ(Units(ToWide(CP_UTF8, "a\xFF" "b\xE2\x82" "c\xC0\xAF")), Units(u"a\uFFFDb\uFFFDc\uFFFD\uFFFD"));
+    EXPECT_EQ(Units(ToWide(CP_UTF8, "a\xFF" "b\xE2\x82" "c\xC0\xAF")), Units(OLESTR("a\uFFFDb\uFFFDc\uFFFD\uFFFD")));
     EXPECT_EQ(ToBytes(CP_UTF8, {u'a', char16_t(0xD83D), u'b'}), "a\\xEF\\xBF\\xBDb");
 }
 
@@ -64,13 +64,13 @@ TEST(CodePage, SizesFailuresAndTheirErrors) {
     EXPECT_EQ(MultiByteToWideChar(CP_ACP, 0, "abc", -1, nullptr, 0), 4);  // -1 counts the terminator
     EXPECT_EQ(MultiByteToWideChar(CP_ACP, 0, "abc", -1, wide, 4), 4);
     EXPECT_EQ(wide[3], 0);
-    EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, u"\u20AC", 1, nullptr, 0, nullptr, nullptr), 3);
+    EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, OLESTR("\u20AC"), 1, nullptr, 0, nullptr, nullptr), 3);
 
     BOOL used = FALSE;
     const std::u16string lone = {u'a', char16_t(0xDC00)};
     const std::pair<std::function<int()>, DWORD> cases[] = {
         {[&] { return MultiByteToWideChar(CP_ACP, 0, "abc", -1, wide, 3); }, ERROR_INSUFFICIENT_BUFFER},
-        {[&] { return WideCharToMultiByte(CP_UTF8, 0, u"\u20AC", 1, bytes, 2, nullptr, nullptr); },
+        {[&] { return WideCharToMultiByte(CP_UTF8, 0, OLESTR("\u20AC"), 1, bytes, 2, nullptr, nullptr); },
          ERROR_INSUFFICIENT_BUFFER},
         {[&] { return MultiByteToWideChar(CP_OEMCP, 0, "a", 1, wide, 8); }, ERROR_INVALID_PARAMETER},
         {[&] { return MultiByteToWideChar(CP_ACP, 0, "a", 0, wide, 8); }, ERROR_INVALID_PARAMETER},
@@ -80,7 +80,7 @@ TEST(CodePage, SizesFailuresAndTheirErrors) {
         {[&] { return WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, lone.data(), 2, bytes, 8, nullptr, nullptr); },
          ERROR_NO_UNICODE_TRANSLATION},
         {[&] { return MultiByteToWideChar(CP_UTF8, MB_PRECOMPOSED, "a", 1, wide, 8); }, ERROR_INVALID_FLAGS},
-        {[&] { return WideCharToMultiByte(CP_UTF8, 0, u"a", 1, bytes, 8, nullptr, &used); }, ERROR_INVALID_PARAMETER},
+        {[&] { return WideCharToMultiByte(CP_UTF8, 0, OLESTR("a"), 1, bytes, 8, nullptr, &used); }, ERROR_INVALID_PARAMETER},
     };
     for (size_t i = 0; i < std::size(cases); ++i) {
         SetLastError(0);

@@ -103,7 +103,7 @@ TEST(FormatMessage, SystemTextsAreThePlatformsOwn) {
 TEST(FormatMessage, InsertsAndEscapes) {
     const DWORD_PTR words[] = {DWORD_PTR("one"), DWORD_PTR("two"), DWORD_PTR("three"), 0, 0, 0, 0, 0, 0,
                                DWORD_PTR("ten")};
-    const DWORD_PTR numbers[] = {42, DWORD_PTR(-5), 0xABCDEF, 7, 1234, DWORD_PTR(u"w\u20AC"), 0x1122334455667788};
+    const DWORD_PTR numbers[] = {42, DWORD_PTR(-5), 0xABCDEF, 7, 1234, DWORD_PTR(OLESTR("w\u20AC")), 0x1122334455667788};
     const struct {
         const char* text;
         const DWORD_PTR* args;

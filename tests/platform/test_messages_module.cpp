@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include <wtypes.h>
+
 #include "module_resources.h"
 
 namespace {
@@ -21,7 +23,7 @@ struct WideEntry {
     static_assert((4 + 2 * N) % 4 == 0, "entries are padded to four bytes");
     uint16_t length = 4 + 2 * N;
     uint16_t flags = 1;  // UTF-16 text
-    char16_t text[N];
+    OLECHAR text[N];
 };
 
 struct Block {
@@ -47,7 +49,7 @@ constexpr MessageTable kTable = {
     {.text = "Plain text.\r\n"},
     {.text = "Task %1 conflicts with %2!d! items.\r\n"},
     {.text = "First line\r\nsecond%0\r\n"},
-    {.text = u"Wide \u20ac %1\r\n"},
+    {.text = OLESTR("Wide \u20ac %1\r\n")},
     {.text = "The quick brown fox jumps over the lazy dog.\r\n"},
     {.text = "High block %1!08X!\r\n"},
     {.text = "Next\r\n"},

@@ -52,14 +52,18 @@ inline bool operator!=(REFGUID a, REFGUID b) { return !IsEqualGUID(a, b); }
 template <typename T>
 struct OstrelUuidOf;
 
+// Generated headers declare interfaces inside extern "C" blocks, hence the
+// explicit C++ linkage.
 #define __CRT_UUID_DECL(type, l, w1, w2, b1, b2, b3, b4, b5, b6, b7, b8)                 \
+    extern "C++" {                                                                       \
     template <>                                                                          \
     struct OstrelUuidOf<type> {                                                          \
         static const GUID& get() {                                                       \
             static const GUID id = {l, w1, w2, {b1, b2, b3, b4, b5, b6, b7, b8}};        \
             return id;                                                                   \
         }                                                                                \
-    };
+    };                                                                                   \
+    }
 #define __uuidof(type) OstrelUuidOf<std::remove_cv_t<std::remove_pointer_t<std::remove_reference_t<__typeof__(type)>>>>::get()
 
 // A declared identifier of the platform itself (the value is defined once in

@@ -12,7 +12,7 @@ mode=normal
 [ "${1:-}" = "--sanitize" ] && mode=sanitize
 jobs=$(nproc 2>/dev/null || echo 2)
 
-packages=(cmake g++ make pkgconf libgtest-dev mingw-w64-tools libwine-dev)
+packages=(cmake g++ make pkgconf libgtest-dev libbenchmark-dev mingw-w64-tools libwine-dev)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
@@ -33,7 +33,8 @@ if [ "$mode" = sanitize ]; then
   export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 else
   build="$root/build"
-  options=(-DCMAKE_BUILD_TYPE=RelWithDebInfo)
+  # The benchmarks are built (not run) so that they keep compiling.
+  options=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DOSTREL_BUILD_BENCHMARKS=ON)
 fi
 
 echo "== configure ($mode)"

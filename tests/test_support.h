@@ -18,6 +18,7 @@ inline std::string Hex(HRESULT hr) {
 }
 
 #define EXPECT_HR(expected, actual) EXPECT_EQ(test::Hex(expected), test::Hex(actual)) << "from " #actual
+#define ASSERT_HR(expected, actual) ASSERT_EQ(test::Hex(expected), test::Hex(actual)) << "from " #actual
 
 inline std::string Utf8(const OLECHAR* s) {
     std::string out;

@@ -1,8 +1,5 @@
-// The library's classes, in the order of its class table, which is also the
-// order of registration.
+// One class of the library as its class factory sees it.
 #pragma once
-#include <span>
-
 #include <windows.h>
 
 namespace ostrel {
@@ -12,10 +9,5 @@ struct ClassEntry {
     // Creates an object, stand-alone or aggregated, and hands out riid.
     HRESULT (*create)(IUnknown* outer, REFIID riid, void** ppv);
 };
-
-std::span<const ClassEntry> ClassTable();
-
-// The entry for a class identifier, or null when the library has no such class.
-const ClassEntry* FindClass(REFCLSID clsid);
 
 }  // namespace ostrel

@@ -1,6 +1,7 @@
 #include "component/class_factory.h"
 
 #include <new>
+#include <vector>
 
 #include "component/module_state.h"
 
@@ -50,14 +51,24 @@ private:
 }  // namespace
 
 IClassFactory* CachedClassFactory(const ClassEntry& entry) {
-    // One slot per class of the table, filled under the library's lock.
-    static IClassFactory* cache[16] = {};
-    auto table = ClassTable();
-    size_t index = size_t(&entry - table.data());
-    if (index >= table.size() || index >= std::size(cache)) return nullptr;
+    // One factory per class, kept from its first request on; a handful of
+    // classes, so a list is the whole index.
+    struct Cached {
+        const ClassEntry* entry;
+        IClassFactory* factory;
+    };
+    static std::vector<Cached> cache;
     ModuleGuard guard;
-    if (!cache[index]) cache[index] = new (std::nothrow) ClassFactory(entry);
-    return cache[index];
+    for (const Cached& cached : cache)
+        if (cached.entry == &entry) return cached.factory;
+    try {
+        cache.reserve(cache.size() + 1);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+    IClassFactory* factory = new (std::nothrow) ClassFactory(entry);
+    if (factory) cache.push_back({&entry, factory});
+    return factory;
 }
 
 }  // namespace ostrel

@@ -3,7 +3,7 @@
 // unloaded; the cache's own reference does not keep the library loaded, any
 // reference a host holds does.
 #pragma once
-#include "component/class_table.h"
+#include "component/class_entry.h"
 
 namespace ostrel {
 

@@ -1,19 +1,20 @@
 #include "component/class_table.h"
 
+#include <Ostrel.h>
+
+#include "rules/vo_rules.h"
+
 namespace ostrel {
 namespace {
 
-// Classes join the table as they are built, in their fixed order.
+// In the library's fixed order; classes join as they are built.
 constexpr ClassEntry kClasses[] = {
-    {nullptr, nullptr},
+    {&CLSID_VoRules, CreateVoRules},
 };
 
 }  // namespace
 
-std::span<const ClassEntry> ClassTable() {
-    std::span<const ClassEntry> all(kClasses);
-    return all.first(all.size() - 1);  // without the end marker
-}
+std::span<const ClassEntry> ClassTable() { return kClasses; }
 
 const ClassEntry* FindClass(REFCLSID clsid) {
     for (const ClassEntry& entry : ClassTable())

@@ -8,6 +8,8 @@
 // without being counted, and every counted call needs its CoUninitialize.
 #include <windows.h>
 
+#include "com_init.h"
+
 namespace {
 
 struct ThreadApartment {
@@ -33,6 +35,8 @@ HRESULT WINAPI CoInitializeEx(LPVOID, DWORD dwCoInit) {
 }
 
 HRESULT WINAPI CoInitialize(LPVOID pvReserved) { return CoInitializeEx(pvReserved, COINIT_APARTMENTTHREADED); }
+
+bool ostrel_platform::ThreadInitialized() { return apartment.initializations > 0; }
 
 void WINAPI CoUninitialize(void) {
     // An unbalanced call is ignored rather than driving the count negative.

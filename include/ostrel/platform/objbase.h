@@ -27,6 +27,16 @@ OSTREL_PLATFORM_FN LPVOID WINAPI CoTaskMemAlloc(SIZE_T cb);
 OSTREL_PLATFORM_FN LPVOID WINAPI CoTaskMemRealloc(LPVOID pv, SIZE_T cb);
 OSTREL_PLATFORM_FN void WINAPI CoTaskMemFree(LPVOID pv);
 
+// Where a remote server runs; only null is meaningful in-process.
+typedef struct _COSERVERINFO COSERVERINFO;
+
+// Class objects of in-process servers: found through the exported
+// DllGetClassObject of the libraries loaded in the process.
+OSTREL_PLATFORM_FN HRESULT WINAPI CoGetClassObject(REFCLSID rclsid, DWORD dwClsContext, COSERVERINFO* pServerInfo,
+                                                   REFIID riid, LPVOID* ppv);
+OSTREL_PLATFORM_FN HRESULT WINAPI CoCreateInstance(REFCLSID rclsid, LPUNKNOWN pUnkOuter, DWORD dwClsContext,
+                                                   REFIID riid, LPVOID* ppv);
+
 OSTREL_PLATFORM_FN HRESULT WINAPI ProgIDFromCLSID(REFCLSID clsid, LPOLESTR* lplpszProgID);
 OSTREL_PLATFORM_FN HRESULT WINAPI StringFromGUID2(REFGUID rguid, LPOLESTR lpsz, INT cchMax);
 OSTREL_PLATFORM_FN HRESULT WINAPI CLSIDFromString(LPCOLESTR lpsz, LPCLSID pclsid);

@@ -22,6 +22,10 @@ OSTREL_PLATFORM_FN void WINAPI SysFreeString(BSTR bstrString);
 OSTREL_PLATFORM_FN UINT WINAPI SysStringLen(BSTR pbstr);
 OSTREL_PLATFORM_FN UINT WINAPI SysStringByteLen(BSTR bstr);
 
+// Type libraries registered under their identifier and version.
+OSTREL_PLATFORM_FN HRESULT WINAPI LoadRegTypeLib(REFGUID rguid, WORD wVerMajor, WORD wVerMinor, LCID lcid,
+                                                 ITypeLib** pptlib);
+
 OSTREL_PLATFORM_FN void WINAPI VariantInit(VARIANTARG* pvarg);
 OSTREL_PLATFORM_FN HRESULT WINAPI VariantClear(VARIANTARG* pvarg);
 OSTREL_PLATFORM_FN HRESULT WINAPI VariantCopy(VARIANTARG* pvargDest, const VARIANTARG* pvargSrc);

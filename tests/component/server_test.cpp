@@ -1,0 +1,86 @@
+// The library's entry points and object creation through the runtime, as a
+// host meets them.
+#include <Ostrel.h>
+
+#include "test_support.h"
+
+namespace {
+
+struct Apartment {
+    Apartment() { CoInitialize(nullptr); }
+    ~Apartment() { CoUninitialize(); }
+};
+
+TEST(Server, ClassObjects) {
+    EXPECT_HR(E_POINTER, DllGetClassObject(CLSID_VoRules, IID_IClassFactory, nullptr));
+    void* p = reinterpret_cast<void*>(1);
+    EXPECT_HR(CLASS_E_CLASSNOTAVAILABLE, DllGetClassObject(IID_IVoRules, IID_IClassFactory, &p));
+    EXPECT_EQ(p, nullptr);
+    EXPECT_HR(E_NOINTERFACE, DllGetClassObject(CLSID_VoRules, IID_IVoRules, &p));
+    EXPECT_EQ(p, nullptr);
+
+    IClassFactory *first = nullptr, *second = nullptr;
+    ASSERT_HR(S_OK, DllGetClassObject(CLSID_VoRules, IID_IClassFactory, reinterpret_cast<void**>(&first)));
+    ASSERT_HR(S_OK, DllGetClassObject(CLSID_VoRules, IID_IUnknown, reinterpret_cast<void**>(&second)));
+    EXPECT_EQ(static_cast<IUnknown*>(first), static_cast<IUnknown*>(second));  // one cached factory per class
+    EXPECT_HR(S_FALSE, DllCanUnloadNow());
+    second->Release();
+
+    IVoRules* rules = nullptr;
+    ASSERT_HR(S_OK, first->CreateInstance(nullptr, IID_IVoRules, reinterpret_cast<void**>(&rules)));
+    first->Release();
+    EXPECT_HR(S_FALSE, DllCanUnloadNow());  // the object keeps the library
+    rules->Release();
+    EXPECT_HR(S_OK, DllCanUnloadNow());
+}
+
+TEST(Server, LockServerCounts) {
+    IClassFactory* factory = nullptr;
+    ASSERT_HR(S_OK, DllGetClassObject(CLSID_VoRules, IID_IClassFactory, reinterpret_cast<void**>(&factory)));
+    EXPECT_HR(S_OK, factory->LockServer(TRUE));
+    EXPECT_HR(S_OK, factory->LockServer(TRUE));
+    factory->Release();
+    EXPECT_HR(S_FALSE, DllCanUnloadNow());
+    ASSERT_HR(S_OK, DllGetClassObject(CLSID_VoRules, IID_IClassFactory, reinterpret_cast<void**>(&factory)));
+    factory->LockServer(FALSE);
+    factory->LockServer(FALSE);
+    factory->Release();
+    EXPECT_HR(S_OK, DllCanUnloadNow());
+}
+
+TEST(Server, CreationThroughTheRuntime) {
+    void* p = reinterpret_cast<void*>(1);
+    EXPECT_HR(CO_E_NOTINITIALIZED, CoCreateInstance(CLSID_VoRules, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, &p));
+    EXPECT_EQ(p, nullptr);
+
+    Apartment apartment;
+    const struct {
+        const CLSID* clsid;
+        DWORD context;
+        HRESULT expected;
+    } cases[] = {
+        {&CLSID_VoRules, CLSCTX_INPROC_SERVER, S_OK},
+        {&CLSID_VoRules, CLSCTX_ALL, S_OK},
+        {&CLSID_VoRules, CLSCTX_LOCAL_SERVER, REGDB_E_CLASSNOTREG},  // in-process only
+        {&IID_IVoRules, CLSCTX_INPROC_SERVER, REGDB_E_CLASSNOTREG},  // nobody serves it
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(test::Hex(c.expected));
+        IUnknown* object = reinterpret_cast<IUnknown*>(1);
+        EXPECT_HR(c.expected, CoCreateInstance(*c.clsid, nullptr, c.context, IID_IUnknown,
+                                               reinterpret_cast<void**>(&object)));
+        if (SUCCEEDED(c.expected)) object->Release();
+        else EXPECT_EQ(object, nullptr);
+    }
+    EXPECT_HR(E_POINTER, CoCreateInstance(CLSID_VoRules, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, nullptr));
+    EXPECT_HR(E_NOINTERFACE, CoCreateInstance(CLSID_VoRules, nullptr, CLSCTX_INPROC_SERVER, IID_IEnumRules, &p));
+    EXPECT_EQ(p, nullptr);
+
+    IClassFactory* factory = nullptr;
+    ASSERT_HR(S_OK, CoGetClassObject(CLSID_VoRules, CLSCTX_INPROC_SERVER, nullptr, IID_IClassFactory,
+                                     reinterpret_cast<void**>(&factory)));
+    factory->Release();
+    EXPECT_HR(S_OK, DllCanUnloadNow());
+}
+
+}  // namespace

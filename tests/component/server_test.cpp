@@ -61,6 +61,7 @@ TEST(Server, CreationThroughTheRuntime) {
     } cases[] = {
         {&CLSID_VoRules, CLSCTX_INPROC_SERVER, S_OK},
         {&CLSID_VoRules, CLSCTX_ALL, S_OK},
+        {&CLSID_ReadWriteLock, CLSCTX_INPROC_SERVER, S_OK},
         {&CLSID_VoRules, CLSCTX_LOCAL_SERVER, REGDB_E_CLASSNOTREG},  // in-process only
         {&IID_IVoRules, CLSCTX_INPROC_SERVER, REGDB_E_CLASSNOTREG},  // nobody serves it
     };

@@ -52,20 +52,32 @@ TEST_F(ReadWriteLockComponent, InterfacesAggregationAndTimeOut) {
     EXPECT_EQ(timeout, INFINITE);
 }
 
-// Refused before the lock sees them, so nothing changes and no error
-// information is left behind.
-TEST_F(ReadWriteLockComponent, NullPointersAndThreadIdZeroAreRefused) {
+// Null out-pointers are refused before the lock sees them, so nothing changes
+// and no error information is left behind.
+TEST_F(ReadWriteLockComponent, NullPointersAreRefused) {
     EXPECT_HR(S_OK, lock->BeginWrite(A));
     EXPECT_HR(E_POINTER, lock->GetTimeOut(nullptr));
     EXPECT_HR(E_POINTER, lock->WriteCount(A, nullptr));
     EXPECT_HR(E_POINTER, lock->ReadCount(A, nullptr));
-    for (auto call : {&IReadWriteLock::BeginWrite, &IReadWriteLock::EndWrite, &IReadWriteLock::BeginRead,
-                      &IReadWriteLock::EndRead})
-        EXPECT_HR(E_INVALIDARG, (lock->*call)(0));
     LONG count = -1;
     EXPECT_HR(S_OK, lock->WriteCount(A, &count));
     EXPECT_EQ(count, 1);
     EXPECT_FALSE(test::TakeErrorInfo().present);
+    EXPECT_HR(S_OK, lock->EndWrite(A));
+}
+
+// Thread id 0 is the lock's "no writer": on a free lock BeginWrite(0) only
+// raises the write count, so the lock still counts as free.
+TEST_F(ReadWriteLockComponent, ThreadIdZeroOnlyRaisesTheWriteCount) {
+    EXPECT_HR(S_OK, lock->BeginWrite(0));
+    LONG count = -1;
+    EXPECT_HR(S_OK, lock->WriteCount(0, &count));
+    EXPECT_EQ(count, 1);
+    lock->SetTimeOut(0);
+    EXPECT_HR(S_OK, lock->BeginWrite(A));  // granted at once: nobody writes
+    EXPECT_HR(S_OK, lock->WriteCount(A, &count));
+    EXPECT_EQ(count, 2);
+    EXPECT_HR(S_OK, lock->EndWrite(A));
     EXPECT_HR(S_OK, lock->EndWrite(A));
 }
 

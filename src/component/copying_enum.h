@@ -4,8 +4,14 @@
 // The array is given once (Init) and freed when the last enumerator over it
 // is released; Clone shares it and keeps its source alive, at the same
 // position. An enumerator given no array answers Next with E_FAIL.
+//
+// The records may instead come from a list that its owner keeps growing
+// (Records: HasArray, Count and operator[] like OwnedRecords, handed over
+// with Share): the enumerator then sees what is appended after it was made,
+// and a list that shrank below its position simply has nothing left.
 #pragma once
 #include <memory>
+#include <type_traits>
 
 #include "component/com_object.h"
 
@@ -42,9 +48,10 @@ private:
     ULONG count_;
 };
 
-template <class EnumInterface, const IID* EnumIid, class Item, class Copy = PlainCopy<Item>>
-class CopyingEnum final : public ComObject<CopyingEnum<EnumInterface, EnumIid, Item, Copy>, EnumInterface> {
-    using Self = CopyingEnum<EnumInterface, EnumIid, Item, Copy>;
+template <class EnumInterface, const IID* EnumIid, class Item, class Copy = PlainCopy<Item>,
+          class Records = OwnedRecords<Item, Copy>>
+class CopyingEnum final : public ComObject<CopyingEnum<EnumInterface, EnumIid, Item, Copy, Records>, EnumInterface> {
+    using Self = CopyingEnum<EnumInterface, EnumIid, Item, Copy, Records>;
 
 public:
     static std::span<const InterfaceEntry<Self>> InterfaceTable() {
@@ -53,7 +60,7 @@ public:
     }
 
     CopyingEnum() = default;
-    CopyingEnum(std::shared_ptr<const OwnedRecords<Item, Copy>> records, ULONG position, IUnknown* source)
+    CopyingEnum(std::shared_ptr<const Records> records, ULONG position, IUnknown* source)
         : records_(std::move(records)), position_(position), source_(source) {
         if (source_) source_->AddRef();
     }
@@ -62,8 +69,16 @@ public:
     }
 
     // Takes the array over; a null array stands for "no array at all".
-    void Init(std::unique_ptr<Item[]> items, ULONG count) {
+    void Init(std::unique_ptr<Item[]> items, ULONG count)
+        requires std::is_same_v<Records, OwnedRecords<Item, Copy>>
+    {
         records_ = std::make_shared<const OwnedRecords<Item, Copy>>(std::move(items), count);
+        position_ = 0;
+    }
+
+    // Reads a list its owner keeps, from its first record.
+    void Share(std::shared_ptr<const Records> records) {
+        records_ = std::move(records);
         position_ = 0;
     }
 
@@ -71,7 +86,7 @@ public:
         if (!out || (!fetched && wanted != 1)) return E_POINTER;
         if (fetched) *fetched = 0;
         if (!records_ || !records_->HasArray()) return E_FAIL;
-        ULONG available = records_->Count() - position_;
+        ULONG available = Remaining();
         ULONG n = wanted < available ? wanted : available;
         for (ULONG i = 0; i < n; ++i) {
             Copy::init(&out[i]);
@@ -88,7 +103,7 @@ public:
     }
 
     STDMETHODIMP Skip(ULONG count) override {
-        ULONG available = records_ ? records_->Count() - position_ : 0;
+        ULONG available = Remaining();
         if (count > available) {
             position_ += available;
             return S_FALSE;
@@ -113,7 +128,12 @@ public:
     }
 
 private:
-    std::shared_ptr<const OwnedRecords<Item, Copy>> records_;
+    ULONG Remaining() const {
+        ULONG count = records_ ? records_->Count() : 0;
+        return count > position_ ? count - position_ : 0;
+    }
+
+    std::shared_ptr<const Records> records_;
     ULONG position_ = 0;
     IUnknown* source_ = nullptr;
 };

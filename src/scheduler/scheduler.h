@@ -1,0 +1,100 @@
+// TVoScheduler, the scheduling engine behind VoScheduler: the task sets a
+// host hands over, the messages and results it hands back, and the state a
+// run leaves behind until Clear or Reset.
+#pragma once
+#include <functional>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include <Ostrel.h>
+
+#include "availability/interface_ref.h"
+#include "foundation/text.h"
+#include "foundation/vo_error.h"
+#include "scheduler/resource_map.h"
+#include "scheduler/schedule_message.h"
+#include "scheduler/task_sets.h"
+
+namespace ostrel {
+
+// The order in which the run schedules its tasks. Preparation enters every
+// prepared task (EnterInSchedulingOrder); results are read back in this
+// order. Until the run brings its ordering (constraint, priority, date,
+// largest assignment, then entry order) tasks stay in entry order.
+using SchedulingOrder = std::vector<tagScheduleData*>;
+
+class TVoScheduler {
+public:
+    // Makes the calendar used where the host gives none; MakeDefaultCalendar
+    // unless a test gives its own.
+    using CalendarFactory = std::function<InterfaceRef<IVoAvailability>()>;
+
+    // events: where the run asks the host for resource profiles; may be null.
+    // The engine keeps a reference to it until it is destroyed.
+    explicit TVoScheduler(IVoScheduleEvents* events = nullptr, CalendarFactory makeCalendar = {});
+    ~TVoScheduler();
+    TVoScheduler(const TVoScheduler&) = delete;
+    TVoScheduler& operator=(const TVoScheduler&) = delete;
+
+    // Intake of one task set: its records, read from the host's enumerator,
+    // the profile it is scheduled on (the default calendar when null) and
+    // its date range. Returns the set's cookie.
+    DWORD AddScheduleData(IEnumScheduleData* records, IVoAvailability* profile, DATE start, DATE stop);
+
+    // The set at a set index ("Index out of range" past the last one) and
+    // the set named by a cookie ("Cookie not recognized").
+    CTaskSet& SetAt(size_t index) const { return sets_.At(index); }
+    CTaskSet& SetByCookie(DWORD cookie) const { return sets_.ByCookie(cookie); }
+    const CTaskSets& Sets() const { return sets_; }
+
+    // A new reference to the default calendar, made the first time.
+    InterfaceRef<IVoAvailability> DefaultCalendar();
+
+    // A message about a stored task (msError, with the task's key and its
+    // set's cookie), or without task when task is null (msNone).
+    void AddMessage(const tagScheduleData* task, const WString& text);
+    // A message from a run's error: its task, severity and both texts.
+    void AddMessage(const EVoScheduleError& error);
+    const MessageList& Messages() const { return *messages_; }
+
+    // The run's result flags (tagSCHEDULERESULT bits).
+    DWORD ResultFlags() const { return resultFlags_; }
+
+    // *ppData: an IEnumScheduleData over copies of the changed records
+    // (srDataChanged in dwSRFlags) of every set, in scheduling order; the
+    // cookie only has to name a stored set.
+    void GetScheduleData(DWORD cookie, IUnknown** ppData);
+    // *ppvMessages: an IEnumScheduleMessages over the live message list.
+    void GetScheduleMessages(IUnknown** ppvMessages);
+
+    // Drops everything: sets, messages, run state, resource profiles and the
+    // default calendar.
+    void Clear();
+    // As Clear, but keeps each resource's profiles, emptying the actual ones
+    // (in key order) for the next run. A profile that fails to empty is
+    // reported after everything else was dropped.
+    void Reset();
+
+    // What the run works with.
+    IVoScheduleEvents* Events() const { return events_.Get(); }
+    ResourceMap& Resources() { return resources_; }
+    void EnterInSchedulingOrder(tagScheduleData& task) { order_.push_back(&task); }
+    const SchedulingOrder& Order() const { return order_; }
+
+private:
+    // What both Clear and Reset drop after the sets. The run's task states,
+    // key index, work queue and pending list belong here too.
+    void DropRunState();
+
+    InterfaceRef<IVoScheduleEvents> events_;
+    CalendarFactory makeCalendar_;
+    CTaskSets sets_;
+    InterfaceRef<IVoAvailability> defaultCalendar_;
+    std::shared_ptr<MessageList> messages_;
+    ResourceMap resources_;
+    SchedulingOrder order_;
+    DWORD resultFlags_ = 0;
+};
+
+}  // namespace ostrel

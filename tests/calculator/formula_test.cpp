@@ -36,6 +36,8 @@ TEST(Formula, SignsAndSecondOperatorCharacters) {
     ExpectNumbers({
         {OLESTR("-3*2"), -6}, {OLESTR("2*-3"), 6}, {OLESTR("2+-3"), 5}, {OLESTR("2--3"), -1},
         {OLESTR("1E+2*2"), 200}, {OLESTR("1e-2*100"), 1},
+        // Any operator after an exponent letter is none, so this is one operand.
+        {OLESTR("2e*3"), 2},
         // The character after a chosen '*' is '-', read as its second
         // character though it lies past the left side: (1+(2*3))-3.
         {OLESTR("1+2*-3"), 4},
@@ -123,6 +125,15 @@ TEST(Formula, Errors) {
         EXPECT_HR(HRESULT(c.code), HRESULT(got.code));
         EXPECT_FALSE(got.text.empty());
     }
+}
+
+TEST(Formula, OperandsAreClassifiedByTheirLow8Bits) {
+    // U+0130 looks like '0' and reads as no number; U+0122 opens a text.
+    EXPECT_EQ(Evaluate(OLESTR("\u0130")).value, 0);
+    EXPECT_EQ(Evaluate(OLESTR("\u0122abc)")).text, "abc");
+    EXPECT_EQ(Evaluate(OLESTR("\u0158(1,2)")).value, 2);
+    // The scan itself compares whole characters: U+0128 opens no group.
+    EXPECT_EQ(Evaluate(OLESTR("\u01281+2)")).code, DWORD(VOMSG_FORMULA_BAD_OPERAND));
 }
 
 TEST(Formula, StopsAtTheFirstNul) {

@@ -1,0 +1,141 @@
+// The engine's messages: what each form of AddMessage records, and the
+// enumerator that reads the list as it grows.
+#include <memory>
+
+#include "foundation/vo_error.h"
+#include "scheduler/scheduler.h"
+#include "scheduler_test_support.h"
+
+namespace {
+
+using ostrel::InterfaceRef;
+using ostrel::TVoScheduler;
+using sched_test::DataEnum;
+using sched_test::Profile;
+
+struct Message : tagScheduleMessage {
+    Message() { ostrel::CScheduleMessage::init(this); }
+    ~Message() { ostrel::CScheduleMessage::destroy(this); }
+};
+
+struct Messages : ::testing::Test {
+    TVoScheduler engine{nullptr, [] { return InterfaceRef<IVoAvailability>(Profile::New("calendar", nullptr, nullptr)); }};
+
+    DWORD Add(ULONG n) {
+        DataEnum* records = DataEnum::New(n);
+        DWORD cookie = engine.AddScheduleData(records, nullptr, 45000.0, 45100.0);
+        records->Release();
+        return cookie;
+    }
+    IEnumScheduleMessages* Enumerate() {
+        IUnknown* unknown = nullptr;
+        engine.GetScheduleMessages(&unknown);
+        IEnumScheduleMessages* e = nullptr;
+        EXPECT_HR(S_OK, unknown->QueryInterface(IID_IEnumScheduleMessages, reinterpret_cast<void**>(&e)));
+        unknown->Release();
+        return e;
+    }
+    static std::string Text(BSTR s) { return s ? test::Utf8(s) : "<none>"; }
+};
+
+TEST_F(Messages, EachFormRecordsWhatItKnows) {
+    Add(2);
+    DWORD second = Add(3);
+    tagScheduleData& task = engine.SetByCookie(second).Tasks()[1];
+
+    engine.AddMessage(nullptr, OLESTR("run-wide"));
+    engine.AddMessage(&task, OLESTR("about a task"));
+    ostrel::EVoScheduleError error(OLESTR("failed"));
+    error.Task = &task;
+    error.Severity = msError;
+    error.LongMessage = OLESTR("because");
+    engine.AddMessage(error);
+    ostrel::EVoScheduleError bare(OLESTR("no task"));
+    engine.AddMessage(bare);
+
+    struct Expect {
+        LONG level;
+        LONG key;  // 0: empty value
+        DWORD cookie;
+        MESSAGE_SEVERITY severity;
+        const char* message;
+        const char* longMessage;
+    } expected[] = {
+        {-1, 0, 0, msNone, "run-wide", "<none>"},
+        {1, 2, second, msError, "about a task", "<none>"},
+        {1, 2, second, msError, "failed", "because"},
+        {-1, 0, 0, msNone, "no task", ""},  // an empty long text is passed on as one
+    };
+    IEnumScheduleMessages* e = Enumerate();
+    for (const Expect& x : expected) {
+        Message m;
+        ASSERT_HR(S_OK, e->Next(1, &m, nullptr)) << x.message;
+        EXPECT_EQ(m.tk.Level, x.level) << x.message;
+        if (x.key) {
+            EXPECT_EQ(m.tk.Value.vt, VT_I4) << x.message;
+            EXPECT_EQ(m.tk.Value.lVal, x.key) << x.message;
+        } else {
+            EXPECT_EQ(m.tk.Value.vt, VT_EMPTY) << x.message;
+        }
+        EXPECT_EQ(m.dwCookie, x.cookie) << x.message;
+        EXPECT_EQ(m.Severity, x.severity) << x.message;
+        EXPECT_EQ(Text(m.bstrMessage), x.message);
+        EXPECT_EQ(Text(m.bstrLongMessage), x.longMessage) << x.message;
+    }
+    e->Release();
+}
+
+// An enumerator made before messages are added sees them; one made before
+// the engine goes keeps the list it read, emptied.
+TEST(MessageList, TheEnumeratorReadsTheLiveList) {
+    auto engine = std::make_unique<TVoScheduler>();
+    auto enumerate = [&] {
+        IUnknown* unknown = nullptr;
+        engine->GetScheduleMessages(&unknown);
+        IEnumScheduleMessages* e = nullptr;
+        EXPECT_HR(S_OK, unknown->QueryInterface(IID_IEnumScheduleMessages, reinterpret_cast<void**>(&e)));
+        unknown->Release();
+        return e;
+    };
+    auto Text = [](BSTR s) { return s ? test::Utf8(s) : std::string("<none>"); };
+    IEnumScheduleMessages* early = enumerate();
+    Message m[3];
+    ULONG fetched = 9;
+    EXPECT_HR(S_FALSE, early->Next(3, m, &fetched));
+    EXPECT_EQ(fetched, 0u);
+
+    for (const OLECHAR* text : {OLESTR("one"), OLESTR("two"), OLESTR("three")}) engine->AddMessage(nullptr, text);
+    IEnumScheduleMessages* clone = nullptr;
+    ASSERT_HR(S_OK, early->Clone(&clone));
+    EXPECT_HR(S_OK, early->Next(2, m, &fetched));
+    EXPECT_EQ(fetched, 2u);
+    EXPECT_EQ(Text(m[1].bstrMessage), "two");
+    EXPECT_HR(S_FALSE, early->Skip(5));
+    EXPECT_HR(S_FALSE, early->Next(1, m, nullptr));
+    EXPECT_HR(S_OK, early->Reset());
+    EXPECT_HR(S_OK, early->Skip(2));
+    EXPECT_HR(S_OK, early->Next(1, m, nullptr));
+    EXPECT_EQ(Text(m[0].bstrMessage), "three");
+
+    // The clone kept the position it was made at: the start.
+    EXPECT_HR(S_OK, clone->Next(1, m, nullptr));
+    EXPECT_EQ(Text(m[0].bstrMessage), "one");
+    early->Release();
+
+    engine.reset();
+    EXPECT_HR(S_FALSE, clone->Next(1, m, nullptr)) << "the old list is empty, and still there";
+    clone->Release();
+}
+
+TEST_F(Messages, NextRefusesMissingPointers) {
+    engine.AddMessage(nullptr, OLESTR("x"));
+    IEnumScheduleMessages* e = Enumerate();
+    Message m[2];
+    EXPECT_HR(E_POINTER, e->Next(1, nullptr, nullptr));
+    EXPECT_HR(E_POINTER, e->Next(2, m, nullptr));
+    EXPECT_HR(S_OK, e->Next(1, m, nullptr)) << "one record needs no count";
+    e->Release();
+    EXPECT_THROW(engine.GetScheduleMessages(nullptr), HRESULT);
+}
+
+}  // namespace

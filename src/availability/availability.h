@@ -90,16 +90,18 @@ public:
     // --- Sources and sums (unit_sums.cpp) ---
     void AddSource(IUnknown* source);
     void GetSource(ULONG index, IUnknown** source) const;
+    // Operators and directions are the raw 32-bit values callers send, since
+    // any number may arrive; the enumerations hold only the named ones.
     void GetOperator(tagOPERATOR* op, tagOPERATORBOUND* bound) const;
-    void SetOperator(tagOPERATOR op, tagOPERATORBOUND bound);
+    void SetOperator(ULONG op, ULONG bound);
     // Adds units to [start, stop); returns the lowest units reached there,
     // never above 0.0.
     double SumUnits(DATE start, DATE stop, double units, ULONG flags, bool allowNegative);
-    void SumRange(IUnknown* points, DATE stop, tagOPERATOR op, double* result);
+    void SumRange(IUnknown* points, DATE stop, ULONG op, double* result);
 
     // --- Placement (placement.cpp) ---
     void ScheduleTask(DATE dtStart, DATE dtEnd, double dblDuration, double UnitsRequired,
-                      tagSCHEDULEDIRECTION Direction, IUnknown** ppUnk, tagSCHEDULERESULT* psrResult);
+                      ULONG Direction, IUnknown** ppUnk, tagSCHEDULERESULT* psrResult);
     bool PlaceForward(DATE dtStart, DATE dtEnd, double duration, double units, SpanList& spans);
     bool PlaceBackward(DATE dtStart, DATE dtEnd, double duration, double units, SpanList& spans);
     static DATE RestartDateForward(const SpanList& spans, IEnumTimespans* earlier);
@@ -111,8 +113,8 @@ public:
 private:
     PointStore points;
     std::vector<SourceRecord> sources;
-    tagOPERATOR opOperator = opNone;
-    tagOPERATORBOUND obBound = obNone;
+    ULONG opOperator = opNone;
+    ULONG obBound = obNone;
     DATE dtPreparedStart = 0.0;
     DATE dtPreparedStop = dtOpenEnd;
     double dblDefaultUnits;

@@ -39,7 +39,7 @@ bool SamePlacement(IEnumTimespans* earlier, const SpanList& spans) {
         tagTIMESPAN chunk[kCompareChunk];
         ULONG fetched = 0;
         const HRESULT hr = earlier->Next(kCompareChunk, chunk, &fetched);
-        // A failing Next delivered nothing and ends the comparison.
+        // A failing Next is taken as the last chunk, having delivered nothing.
         const ULONG n = hr == S_OK ? kCompareChunk : FAILED(hr) ? 0 : std::min(fetched, kCompareChunk);
         for (ULONG i = 0; i < n; ++i, ++index)
             if (index >= spans.size() || !SameSpan(chunk[i], spans[index])) return false;
@@ -102,7 +102,7 @@ DATE RestartDate(const SpanList& N, IEnumTimespans* earlier) {
 }  // namespace
 
 void TVoAvailability::ScheduleTask(DATE dtStart, DATE dtEnd, double dblDuration, double UnitsRequired,
-                                   tagSCHEDULEDIRECTION Direction, IUnknown** ppUnk, tagSCHEDULERESULT* psrResult) {
+                                   ULONG Direction, IUnknown** ppUnk, tagSCHEDULERESULT* psrResult) {
     if (!psrResult) throw HRESULT(E_POINTER);
     *psrResult = srNone;
     if (!ppUnk) throw HRESULT(E_POINTER);

@@ -51,6 +51,8 @@ bool TVoAvailability::RequiresPrepare() const { return ruleSet != nullptr || !so
 void TVoAvailability::Prepare(DATE start, DATE stop) {
     if (std::isnan(start) || std::isnan(stop) || stop < start) throw EVoError(OLESTR("Invalid date range"));
     if (!RequiresPrepare()) return;
+    // A stop at or beyond the open end (infinity included) is open: rules
+    // cannot be walked day by day to it.
     if (ruleSet && WholeDay(start) == 0.0 && stop >= dtOpenEnd)
         throw EVoError(OLESTR("Date range required when Rules is set."));
 

@@ -2,6 +2,7 @@
 // the profile: a constant over a range (SumUnits), or a whole enumerated
 // profile added or taken away (SumRange).
 #include <algorithm>
+#include <cstring>
 
 #include "availability/availability.h"
 #include "availability/interface_ref.h"
@@ -48,11 +49,12 @@ void TVoAvailability::GetSource(ULONG index, IUnknown** source) const {
 
 void TVoAvailability::GetOperator(tagOPERATOR* op, tagOPERATORBOUND* bound) const {
     if (!op || !bound) throw HRESULT(E_POINTER);
-    *op = opOperator;
-    *bound = obBound;
+    // Copied as 32-bit values: an unnamed one is not a value of the enumeration.
+    std::memcpy(op, &opOperator, sizeof opOperator);
+    std::memcpy(bound, &obBound, sizeof obBound);
 }
 
-void TVoAvailability::SetOperator(tagOPERATOR op, tagOPERATORBOUND bound) {
+void TVoAvailability::SetOperator(ULONG op, ULONG bound) {
     opOperator = op;
     obBound = bound;
 }
@@ -85,7 +87,7 @@ double TVoAvailability::SumUnits(DATE start, DATE stop, double units, ULONG flag
     return lowest;
 }
 
-void TVoAvailability::SumRange(IUnknown* pointsIn, DATE stop, tagOPERATOR op, double* result) {
+void TVoAvailability::SumRange(IUnknown* pointsIn, DATE stop, ULONG op, double* result) {
     if (op != opAdd && op != opSubstract) throw EVoError(OLESTR("Invalid operator"));
     if (!pointsIn || !result) throw HRESULT(E_POINTER);
     *result = dtOpenEnd;

@@ -125,7 +125,7 @@ TEST(UnitSums, SumRangeRefusals) {
     TVoAvailability profile(1.0);
     double result = 7;
     IUnknown* listed = Listed({{5, 1}});
-    for (tagOPERATOR op : {opNone, opAnd, opOr, opXor, tagOPERATOR(6)})
+    for (ULONG op : {ULONG(opNone), ULONG(opAnd), ULONG(opOr), ULONG(opXor), ULONG(6)})
         EXPECT_EQ(Caught([&] { profile.SumRange(listed, 10, op, &result); }).text, "Invalid operator");
     EXPECT_EQ(result, 7.0);
     // Nothing was read before the refusal.
@@ -176,20 +176,6 @@ TEST(UnitSums, OnlyProfilesAreSources) {
     EXPECT_EQ(Caught([&] { profile.AddSource(nullptr); }).text, "Invalid interface");
     notAProfile->Release();
     EXPECT_FALSE(profile.RequiresPrepare());
-}
-
-TEST(UnitSums, TheOperatorIsStoredUnchecked) {
-    TVoAvailability profile(1.0);
-    tagOPERATOR op = opAdd;
-    tagOPERATORBOUND bound = obMax;
-    profile.GetOperator(&op, &bound);
-    EXPECT_EQ(op, opNone);
-    EXPECT_EQ(bound, obNone);
-    profile.SetOperator(tagOPERATOR(99), obOnOff);
-    profile.Clear();  // kept by Clear
-    profile.GetOperator(&op, &bound);
-    EXPECT_EQ(int(op), 99);
-    EXPECT_EQ(bound, obOnOff);
 }
 
 }  // namespace

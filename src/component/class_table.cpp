@@ -2,6 +2,7 @@
 
 #include <Ostrel.h>
 
+#include "availability/vo_availability.h"
 #include "rules/vo_rules.h"
 #include "rwlock/read_write_lock_component.h"
 
@@ -10,6 +11,7 @@ namespace {
 
 // In the library's fixed order; classes join as they are built.
 constexpr ClassEntry kClasses[] = {
+    {&CLSID_VoAvailability, CreateVoAvailability},
     {&CLSID_VoRules, CreateVoRules},
     {&CLSID_ReadWriteLock, CreateReadWriteLock},
 };

@@ -3,6 +3,7 @@
 #include <Ostrel.h>
 
 #include "availability/vo_availability.h"
+#include "calculator/vo_calculator.h"
 #include "rules/vo_rules.h"
 #include "rwlock/read_write_lock_component.h"
 
@@ -13,6 +14,7 @@ namespace {
 constexpr ClassEntry kClasses[] = {
     {&CLSID_VoAvailability, CreateVoAvailability},
     {&CLSID_VoRules, CreateVoRules},
+    {&CLSID_VoCalculator, CreateVoCalculator},
     {&CLSID_ReadWriteLock, CreateReadWriteLock},
 };
 

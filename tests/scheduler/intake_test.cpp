@@ -29,10 +29,10 @@ struct Intake : ::testing::Test {
                                 Profile::New("calendar", &calendarDestroyed, nullptr));
                         }};
 
+    // Takes over the caller's reference to records, whatever the intake does.
     DWORD Add(DataEnum* records, IVoAvailability* profile = nullptr, DATE start = 45000.0, DATE stop = 45100.0) {
-        DWORD cookie = engine.AddScheduleData(records, profile, start, stop);
-        records->Release();
-        return cookie;
+        InterfaceRef<IEnumScheduleData> held(records);
+        return engine.AddScheduleData(records, profile, start, stop);
     }
 };
 
@@ -82,6 +82,7 @@ TEST_F(Intake, ARangeThatDoesNotGoForwardIsRefused) {
     const DATE ranges[][2] = {{45000.0, 45000.0}, {45000.0, 44999.5}, {nan, 45000.0}, {45000.0, nan}};
     for (const auto& range : ranges) {
         auto* records = DataEnum::New(5);
+        records->AddRef();
         try {
             Add(records, nullptr, range[0], range[1]);
             ADD_FAILURE() << range[0] << ".." << range[1] << " accepted";
@@ -90,6 +91,7 @@ TEST_F(Intake, ARangeThatDoesNotGoForwardIsRefused) {
             EXPECT_FALSE(e.Message.empty());
         }
         EXPECT_EQ(records->nextCalls, 0) << "nothing is read";
+        records->Release();
     }
     EXPECT_EQ(engine.Sets().Size(), 0u);
     EXPECT_EQ(calendarsMade, 0);

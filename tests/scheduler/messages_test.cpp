@@ -99,31 +99,39 @@ TEST(MessageList, TheEnumeratorReadsTheLiveList) {
     };
     auto Text = [](BSTR s) { return s ? test::Utf8(s) : std::string("<none>"); };
     IEnumScheduleMessages* early = enumerate();
-    Message m[3];
+    Message none[3];
     ULONG fetched = 9;
-    EXPECT_HR(S_FALSE, early->Next(3, m, &fetched));
+    EXPECT_HR(S_FALSE, early->Next(3, none, &fetched));
     EXPECT_EQ(fetched, 0u);
 
     for (const OLECHAR* text : {OLESTR("one"), OLESTR("two"), OLESTR("three")}) engine->AddMessage(nullptr, text);
     IEnumScheduleMessages* clone = nullptr;
     ASSERT_HR(S_OK, early->Clone(&clone));
-    EXPECT_HR(S_OK, early->Next(2, m, &fetched));
-    EXPECT_EQ(fetched, 2u);
-    EXPECT_EQ(Text(m[1].bstrMessage), "two");
+    {
+        Message two[2];
+        EXPECT_HR(S_OK, early->Next(2, two, &fetched));
+        EXPECT_EQ(fetched, 2u);
+        EXPECT_EQ(Text(two[1].bstrMessage), "two");
+    }
+    // One message at a time, each into a fresh record: Next hands out
+    // records the caller then owns.
+    auto next = [&](IEnumScheduleMessages* e, HRESULT expected) {
+        Message m;
+        EXPECT_HR(expected, e->Next(1, &m, nullptr));
+        return Text(m.bstrMessage);
+    };
     EXPECT_HR(S_FALSE, early->Skip(5));
-    EXPECT_HR(S_FALSE, early->Next(1, m, nullptr));
+    next(early, S_FALSE);
     EXPECT_HR(S_OK, early->Reset());
     EXPECT_HR(S_OK, early->Skip(2));
-    EXPECT_HR(S_OK, early->Next(1, m, nullptr));
-    EXPECT_EQ(Text(m[0].bstrMessage), "three");
+    EXPECT_EQ(next(early, S_OK), "three");
 
     // The clone kept the position it was made at: the start.
-    EXPECT_HR(S_OK, clone->Next(1, m, nullptr));
-    EXPECT_EQ(Text(m[0].bstrMessage), "one");
+    EXPECT_EQ(next(clone, S_OK), "one");
     early->Release();
 
     engine.reset();
-    EXPECT_HR(S_FALSE, clone->Next(1, m, nullptr)) << "the old list is empty, and still there";
+    next(clone, S_FALSE);  // the old list is empty, and still there
     clone->Release();
 }
 

@@ -7,6 +7,10 @@
 
 #include "calculator/formula.h"
 
+#ifdef OSTREL_BENCH_MUPARSER
+#include <muParser.h>
+#endif
+
 namespace {
 
 using WString = std::basic_string<OLECHAR>;
@@ -32,5 +36,42 @@ void Long(benchmark::State& state) {
     state.SetBytesProcessed(int64_t(state.iterations()) * int64_t(formula.size() * sizeof(OLECHAR)));
 }
 BENCHMARK(Long)->Arg(100)->Arg(10000);
+
+// A typical host formula: numbers, parentheses, a comparison and a function.
+const WString kTypical = OLESTR("(12.5+7*3)/(2+@MAX(4,9,1))-(3>2)*1.5+@ROUND(7.45)");
+
+void TypicalFormula(benchmark::State& state) {
+    for (auto _ : state) benchmark::DoNotOptimize(EvaluateOnce(kTypical));
+    state.counters["evals/s"] = benchmark::Counter(double(state.iterations()), benchmark::Counter::kIsRate);
+}
+BENCHMARK(TypicalFormula);
+
+#ifdef OSTREL_BENCH_MUPARSER
+// The same expression in muParser's syntax, set and evaluated every time as
+// a host that receives a new formula per call would.
+const char* const kTypicalMu = "(12.5+7*3)/(2+max(4,9,1))-(3>2)*1.5+rint(7.45)";
+
+void TypicalMuParserSetAndEval(benchmark::State& state) {
+    mu::Parser parser;
+    if (parser.SetExpr(kTypicalMu), parser.Eval() != EvaluateOnce(kTypical)) {
+        state.SkipWithError("the two expressions disagree");
+        return;
+    }
+    for (auto _ : state) {
+        parser.SetExpr(kTypicalMu);
+        benchmark::DoNotOptimize(parser.Eval());
+    }
+    state.counters["evals/s"] = benchmark::Counter(double(state.iterations()), benchmark::Counter::kIsRate);
+}
+BENCHMARK(TypicalMuParserSetAndEval);
+
+// muParser's best case, for scale: the expression parsed once, only evaluated.
+void TypicalMuParserEvalOnly(benchmark::State& state) {
+    mu::Parser parser;
+    parser.SetExpr(kTypicalMu);
+    for (auto _ : state) benchmark::DoNotOptimize(parser.Eval());
+}
+BENCHMARK(TypicalMuParserEvalOnly);
+#endif
 
 }  // namespace

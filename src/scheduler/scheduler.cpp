@@ -104,8 +104,6 @@ void TVoScheduler::DropRunState() {
     order_.clear();
     defaultCalendar_.Reset();
     messages_->Clear();
-    // The reference keeps two status flags here that nothing reads; they are
-    // left out.
 }
 
 void TVoScheduler::Clear() {

@@ -161,11 +161,6 @@ TEST_F(Intake, CookiesNameOneStoredSetEach) {
     EXPECT_THROW(engine.SetByCookie(a), EVoError);
 }
 
-TEST_F(Intake, MissingRecordsAreAFaultAndStoreNothing) {
-    EXPECT_THROW(engine.AddScheduleData(nullptr, nullptr, 45000.0, 45001.0), std::exception);
-    EXPECT_EQ(engine.Sets().Size(), 0u);
-}
-
 TEST(DefaultCalendarIntake, AFailingCalendarStoresNothing) {
     TVoScheduler engine(nullptr, []() -> InterfaceRef<IVoAvailability> { throw HRESULT(REGDB_E_CLASSNOTREG); });
     auto* records = DataEnum::New(5);

@@ -63,26 +63,6 @@ TEST(TaskRecordCopy, DeepCopyWithReservedFieldsCleared) {
     EXPECT_EQ(copy.psp[0].dblLag, -1.5);
 }
 
-// A null array is copied as null with whatever count the host wrote; an
-// empty one stays an array.
-TEST(TaskRecordCopy, ArraysKeepTheirShapeWhateverTheCount) {
-    Task source(1);
-    source.dwIntervals = 5;
-    source.dwResources = 3;
-    source.dwPredecessors = 2;
-    source.psp = static_cast<tagSchedulePredecessor*>(CoTaskMemAlloc(0));
-    source.dwPredecessors = 0;
-
-    Copied copy;
-    ASSERT_HR(S_OK, Copy::copy(&copy, &source));
-    EXPECT_EQ(copy.psi, nullptr);
-    EXPECT_EQ(copy.dwIntervals, 5u);
-    EXPECT_EQ(copy.psr, nullptr);
-    EXPECT_EQ(copy.dwResources, 3u);
-    EXPECT_NE(copy.psp, nullptr);
-    EXPECT_EQ(copy.dwPredecessors, 0u);
-}
-
 // A value that cannot be copied fails the copy wherever it sits; what was
 // copied before it is the destination's and destroy frees it, never the
 // source's arrays (the sanitizer build checks both).
@@ -112,24 +92,6 @@ TEST(TaskRecordCopy, FailedCopyLeavesOnlyTheCopysOwn) {
         }
         spoiled->vt = kept;
     }
-}
-
-TEST(TaskRecordCopy, DestroyFreesArraysAndKeepsCounts) {
-    tagScheduleData record;
-    Copy::init(&record);
-    {
-        Task source(1, 2);
-        source.Interval(1.0, 2.0, 0, 1.0).Resource(OLESTR("a"), 1.0).Predecessor(3, ptFinishStart, 0.0);
-        ASSERT_HR(S_OK, Copy::copy(&record, &source));
-    }
-    Copy::destroy(&record);
-    EXPECT_EQ(record.psi, nullptr);
-    EXPECT_EQ(record.psr, nullptr);
-    EXPECT_EQ(record.psp, nullptr);
-    EXPECT_EQ(record.dwIntervals, 1u);
-    EXPECT_EQ(record.dwResources, 1u);
-    EXPECT_EQ(record.tkKey.Value.vt, VT_EMPTY);
-    Copy::destroy(&record);  // a destroyed record destroys to nothing
 }
 
 TEST(ScheduleMessageCopy, StartsWithoutTaskAndCopiesTextsAsTheyAre) {

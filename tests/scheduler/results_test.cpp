@@ -107,26 +107,6 @@ TEST_F(Results, ChangedRecordsAreCopiesThatOutliveTheEngine) {
     unknown->Release();
 }
 
-TEST_F(Results, RefusedRequests) {
-    DWORD cookie = Add(1);
-    try {
-        engine.GetScheduleData(cookie, nullptr);
-        ADD_FAILURE() << "null out-pointer accepted";
-    } catch (HRESULT hr) {
-        EXPECT_HR(E_POINTER, hr);
-    }
-    IUnknown* unknown = reinterpret_cast<IUnknown*>(1);
-    try {
-        engine.GetScheduleData(cookie + 1, &unknown);
-        ADD_FAILURE() << "unknown cookie accepted";
-    } catch (const ostrel::EVoError& e) {
-        EXPECT_EQ(test::Utf8(e.Message), "Cookie not recognized");
-    }
-    EXPECT_EQ(unknown, nullptr) << "the out-pointer is emptied first";
-    engine.Clear();
-    EXPECT_THROW(engine.GetScheduleData(cookie, &unknown), ostrel::EVoError) << "an old cookie after Clear";
-}
-
 // Reset keeps every resource's profiles and empties the actual ones in key
 // order; Clear lets go of them all. Both drop the sets, the order, the
 // messages, the result flags and the default calendar.

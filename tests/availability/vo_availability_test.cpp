@@ -4,6 +4,7 @@
 // PackPoints.
 #include <Ostrel.h>
 
+#include <chrono>
 #include <vector>
 
 #include "availability/vo_availability.h"
@@ -180,6 +181,80 @@ TEST_F(VoAvailabilityTest, PackPointsOnTheImplementationClass) {
     CoTaskMemFree(points);
     EXPECT_HR(S_OK, impl->Reserved1());
     EXPECT_HR(E_POINTER, impl->PackPoints(0.0, 1.0, 0, nullptr, &points));
+}
+
+}  // namespace
+
+namespace {
+
+DATE Day(int y, unsigned m, unsigned d, double hours = 0) {
+    using namespace std::chrono;
+    return DATE(sys_days{year{y} / month{m} / day{d}}.time_since_epoch().count() + 25569) + hours / 24.0;
+}
+
+// What a host does with the three pieces together: a working-week calendar,
+// a profile prepared from it, a resource profile derived from that one, and
+// work placed across a weekend in both directions.
+TEST_F(VoAvailabilityTest, CalendarProfileAndDerivedResourceProfile) {
+    IVoRules* rules = nullptr;
+    ASSERT_HR(S_OK, CoCreateInstance(CLSID_VoRules, nullptr, CLSCTX_INPROC_SERVER, IID_IVoRules,
+                                     reinterpret_cast<void**>(&rules)));
+    ASSERT_HR(S_OK, rules->AddRule(Day(2003, 1, 1, 8), Day(2003, 1, 1, 12), TRUE, crWorkingHour));
+    ASSERT_HR(S_OK, rules->AddRule(Day(2003, 1, 1, 13), Day(2003, 1, 1, 17), TRUE, crWorkingHour));
+    ASSERT_HR(S_OK, rules->AddRule(Day(2003, 3, 1), Day(2003, 3, 1), FALSE, crRecurDayWeek));  // Sundays
+    ASSERT_HR(S_OK, rules->AddRule(Day(2003, 3, 7), Day(2003, 3, 7), FALSE, crRecurDayWeek));  // Saturdays
+    ASSERT_HR(S_OK, profile->SetRules(rules));
+    rules->Release();
+
+    const DATE monday = Day(2024, 12, 2);
+    double hours = 0;
+    ASSERT_HR(S_OK, profile->PrepareDateRange(monday, monday + 7));
+    ASSERT_HR(S_OK, profile->CalcWorkingHours(monday, monday + 7, &hours));
+    EXPECT_NEAR(hours, 5 * 8 / 24.0, 1e-9);  // unit-days; rule times are kept to the second
+
+    // Friday 13:00, two working days of work: Friday afternoon, all of Monday,
+    // Tuesday morning.
+    IUnknown* spans = nullptr;
+    tagSCHEDULERESULT result = srNone;
+    ASSERT_HR(S_OK, profile->ScheduleTask(Day(2024, 12, 6, 13), Day(2024, 12, 31), 16 / 24.0, 1.0, sdForward,
+                                          &spans, &result));
+    ASSERT_EQ(result, srIsScheduled);
+    IEnumTimespans* e = nullptr;
+    ASSERT_HR(S_OK, spans->QueryInterface(IID_IEnumTimespans, reinterpret_cast<void**>(&e)));
+    std::vector<tagTIMESPAN> got(16);
+    ULONG fetched = 0;
+    e->Next(16, got.data(), &fetched);
+    ASSERT_GT(fetched, 0u);
+    EXPECT_NEAR(got[0].dtStart, Day(2024, 12, 6, 13), 1e-9);
+    EXPECT_NEAR(got[fetched - 1].dtStop, Day(2024, 12, 10, 12), 1e-9);
+    e->Release();
+    spans->Release();
+
+    // Backward from Monday noon, one working day: Monday morning and Friday
+    // afternoon.
+    spans = nullptr;
+    ASSERT_HR(S_OK, profile->ScheduleTask(Day(2024, 12, 1), Day(2024, 12, 9, 12), 8 / 24.0, 1.0, sdBackward,
+                                          &spans, &result));
+    ASSERT_EQ(result, srIsScheduled);
+    ASSERT_HR(S_OK, spans->QueryInterface(IID_IEnumTimespans, reinterpret_cast<void**>(&e)));
+    e->Next(16, got.data(), &fetched);
+    ASSERT_GT(fetched, 0u);
+    EXPECT_NEAR(got[0].dtStart, Day(2024, 12, 6, 13), 1e-9);
+    EXPECT_NEAR(got[fetched - 1].dtStop, Day(2024, 12, 9, 12), 1e-9);
+    e->Release();
+    spans->Release();
+
+    // A half-time resource on the same calendar: its profile takes the
+    // calendar profile as its source.
+    IVoAvailability* resource = Create();
+    ASSERT_HR(S_OK, resource->AddSource(profile));
+    ASSERT_HR(S_OK, resource->PrepareDateRange(monday, monday + 7));
+    double units = -1;
+    ASSERT_HR(S_OK, resource->GetUnits(monday + 9 / 24.0, &units));
+    EXPECT_EQ(units, 1.0);
+    ASSERT_HR(S_OK, resource->GetUnits(monday + 12.5 / 24.0, &units));
+    EXPECT_EQ(units, 0.0);
+    resource->Release();
 }
 
 }  // namespace

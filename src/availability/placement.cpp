@@ -6,7 +6,7 @@
 #include <new>
 
 #include "availability/availability.h"
-#include "availability/interface_ref.h"
+#include "component/interface_ref.h"
 #include "availability/timespan_enum.h"
 #include "foundation/vo_error.h"
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 
 #include "availability/availability.h"
-#include "availability/interface_ref.h"
+#include "component/interface_ref.h"
 #include "foundation/vo_error.h"
 
 namespace ostrel {

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "availability/availability.h"
-#include "availability/interface_ref.h"
+#include "component/interface_ref.h"
 #include "foundation/empty_variant.h"
 #include "foundation/vo_error.h"
 

@@ -4,7 +4,7 @@
 #pragma once
 #include <Ostrel.h>
 
-#include "availability/interface_ref.h"
+#include "component/interface_ref.h"
 
 namespace ostrel {
 

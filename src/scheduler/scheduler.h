@@ -9,7 +9,7 @@
 
 #include <Ostrel.h>
 
-#include "availability/interface_ref.h"
+#include "component/interface_ref.h"
 #include "foundation/text.h"
 #include "foundation/vo_error.h"
 #include "scheduler/resource_map.h"

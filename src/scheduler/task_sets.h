@@ -7,7 +7,7 @@
 
 #include <Ostrel.h>
 
-#include "availability/interface_ref.h"
+#include "component/interface_ref.h"
 
 namespace ostrel {
 

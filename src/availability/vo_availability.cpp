@@ -7,6 +7,7 @@
 #include "foundation/caller_error.h"
 #include "foundation/hresult.h"
 #include "foundation/message_numbers.h"
+#include "foundation/raw_enum.h"
 #include "foundation/vo_error.h"
 
 namespace ostrel {
@@ -130,7 +131,7 @@ STDMETHODIMP CVoAvailabilityImpl::GetOperator(tagOPERATOR* popOpp, tagOPERATORBO
 }
 
 STDMETHODIMP CVoAvailabilityImpl::SetOperator(tagOPERATOR opOpp, tagOPERATORBOUND obOppBound) {
-    return Guarded([&] { GetEngine().SetOperator(opOpp, obOppBound); });
+    return Guarded([&] { GetEngine().SetOperator(RawEnum(opOpp), RawEnum(obOppBound)); });
 }
 
 STDMETHODIMP CVoAvailabilityImpl::AddSource(IUnknown* pSource) {
@@ -154,7 +155,7 @@ STDMETHODIMP CVoAvailabilityImpl::SumUnits(DATE dtStart, DATE dtStop, double dbl
 }
 
 STDMETHODIMP CVoAvailabilityImpl::SumRange(IUnknown* pUnk, DATE dtStop, tagOPERATOR opOpp, double* pdblMinMax) {
-    return Guarded([&] { GetEngine().SumRange(pUnk, dtStop, opOpp, pdblMinMax); });
+    return Guarded([&] { GetEngine().SumRange(pUnk, dtStop, RawEnum(opOpp), pdblMinMax); });
 }
 
 STDMETHODIMP CVoAvailabilityImpl::ScheduleTask(DATE dtStart, DATE dtEnd, double dblDuration, double UnitsRequired,
@@ -162,7 +163,8 @@ STDMETHODIMP CVoAvailabilityImpl::ScheduleTask(DATE dtStart, DATE dtEnd, double 
                                                tagSCHEDULERESULT* psrResult) {
     // Work that cannot be placed is a result (srFail), not a failure.
     return Guarded([&] {
-        GetEngine().ScheduleTask(dtStart, dtEnd, dblDuration, UnitsRequired, Direction, ppUnk, psrResult);
+        GetEngine().ScheduleTask(dtStart, dtEnd, dblDuration, UnitsRequired, RawEnum(Direction), ppUnk,
+                                 psrResult);
     });
 }
 

@@ -5,6 +5,7 @@
 #include "foundation/boundary.h"
 #include "foundation/caller_error.h"
 #include "foundation/message_numbers.h"
+#include "foundation/raw_enum.h"
 #include "foundation/vo_error.h"
 
 namespace ostrel {
@@ -31,7 +32,7 @@ STDMETHODIMP CVoRules::LoadRule(DATE dtStart, DATE dtStop, BOOL bWorking) {
 }
 
 STDMETHODIMP CVoRules::AddRule(DATE dtStart, DATE dtStop, BOOL bWorking, tagRULETYPE crRule) {
-    return Boundary(CLSID_VoRules, [&] { GetRuleStore().AddRule(dtStart, dtStop, bWorking, ULONG(crRule)); });
+    return Boundary(CLSID_VoRules, [&] { GetRuleStore().AddRule(dtStart, dtStop, bWorking, RawEnum(crRule)); });
 }
 
 STDMETHODIMP CVoRules::AddRuleEx(DATE* dtStart, DATE* dtStop, BOOL* bWorking, tagRULETYPE* crRule) {
@@ -41,7 +42,7 @@ STDMETHODIMP CVoRules::AddRuleEx(DATE* dtStart, DATE* dtStop, BOOL* bWorking, ta
     return Boundary(CLSID_VoRules, [&] {
         const DWORD callerWorking = DWORD(*bWorking);
         const tagRULE stored =
-            GetRuleStore().AddRule(*dtStart, *dtStop, BOOL(callerWorking & 0xFFFF), ULONG(*crRule));
+            GetRuleStore().AddRule(*dtStart, *dtStop, BOOL(callerWorking & 0xFFFF), RawEnum(*crRule));
         *dtStart = stored.dtStart;
         *dtStop = stored.dtStop;
         *crRule = stored.crRule;
@@ -51,7 +52,7 @@ STDMETHODIMP CVoRules::AddRuleEx(DATE* dtStart, DATE* dtStop, BOOL* bWorking, ta
 }
 
 STDMETHODIMP CVoRules::DeleteRule(DATE dtStart, DATE dtStop, tagRULETYPE crRule) {
-    return Boundary(CLSID_VoRules, [&] { GetRuleStore().DeleteRule(dtStart, dtStop, ULONG(crRule)); });
+    return Boundary(CLSID_VoRules, [&] { GetRuleStore().DeleteRule(dtStart, dtStop, RawEnum(crRule)); });
 }
 
 template <class Enumeration>

@@ -22,6 +22,13 @@ UINT Length(const WString& text) { return UINT(text.size()); }
 TVoScheduler::TVoScheduler(IVoScheduleEvents* events, CalendarFactory makeCalendar)
     : makeCalendar_(makeCalendar ? std::move(makeCalendar) : CalendarFactory(MakeDefaultCalendar)),
       messages_(std::make_shared<MessageList>()) {
+    running_ = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    idle_ = CreateEventA(nullptr, TRUE, TRUE, nullptr);
+    if (!running_ || !idle_) {
+        if (running_) CloseHandle(running_);
+        if (idle_) CloseHandle(idle_);
+        throw HRESULT(E_OUTOFMEMORY);
+    }
     if (events) {
         events->AddRef();
         *events_.Out() = events;
@@ -29,7 +36,11 @@ TVoScheduler::TVoScheduler(IVoScheduleEvents* events, CalendarFactory makeCalend
 }
 
 // Message enumerators still out keep the list itself; they see it emptied.
-TVoScheduler::~TVoScheduler() { messages_->Clear(); }
+TVoScheduler::~TVoScheduler() {
+    messages_->Clear();
+    CloseHandle(running_);
+    CloseHandle(idle_);
+}
 
 DWORD TVoScheduler::AddScheduleData(IEnumScheduleData* records, IVoAvailability* profile, DATE start, DATE stop) {
     // Written so that a NaN date is refused too.

@@ -58,8 +58,16 @@ public:
     void AddMessage(const EVoScheduleError& error);
     const MessageList& Messages() const { return *messages_; }
 
-    // The run's result flags (tagSCHEDULERESULT bits).
-    DWORD ResultFlags() const { return resultFlags_; }
+    // Schedules every task of every set. Never throws: it reports through
+    // the result flags, the messages and the stored records.
+    void Run();
+    // The run's result flags (tagSCHEDULERESULT bits): kept from run to run,
+    // cleared only by Clear and Reset.
+    ULONG ResultFlags() const { return resultFlags_; }
+    // Makes a run in progress stop at its next check, from any thread. Before
+    // or after a run it has no effect: each run signals its running event
+    // anew.
+    void Stop();
 
     // *ppData: an IEnumScheduleData over copies of the changed records
     // (srDataChanged in dwSRFlags) of every set, in scheduling order; the
@@ -87,14 +95,22 @@ private:
     // key index, work queue and pending list belong here too.
     void DropRunState();
 
+    // The passes of a run, under the handler of Run.
+    void RunPasses();
+    bool Running() const;
+
     InterfaceRef<IVoScheduleEvents> events_;
+    // Manual-reset events framing a run: running is signalled while a run
+    // goes on, idle once it is over.
+    HANDLE running_ = nullptr;
+    HANDLE idle_ = nullptr;
     CalendarFactory makeCalendar_;
     CTaskSets sets_;
     InterfaceRef<IVoAvailability> defaultCalendar_;
     std::shared_ptr<MessageList> messages_;
     ResourceMap resources_;
     SchedulingOrder order_;
-    DWORD resultFlags_ = 0;
+    ULONG resultFlags_ = 0;
 };
 
 }  // namespace ostrel

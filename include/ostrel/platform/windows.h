@@ -1,5 +1,6 @@
 // The Linux platform layer as one include, under the platform's own name.
 #pragma once
 #include "winbase.h"
+#include "winreg.h"
 #include "objbase.h"
 #include "oleauto.h"

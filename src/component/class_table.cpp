@@ -6,6 +6,7 @@
 #include "calculator/vo_calculator.h"
 #include "rules/vo_rules.h"
 #include "rwlock/read_write_lock_component.h"
+#include "scheduler/vo_scheduler.h"
 
 namespace ostrel {
 namespace {
@@ -16,6 +17,7 @@ constexpr ClassEntry kClasses[] = {
     {&CLSID_VoRules, CreateVoRules},
     {&CLSID_VoCalculator, CreateVoCalculator},
     {&CLSID_ReadWriteLock, CreateReadWriteLock},
+    {&CLSID_VoScheduler, CreateVoScheduler},
 };
 
 }  // namespace

@@ -10,28 +10,15 @@ namespace {
 using ostrel::VariantEqual;
 using ostrel::VariantLess;
 
-VARIANT I4(LONG x) {
-    VARIANT v = {};
-    test::SetI4(v, x);
-    return v;
-}
-VARIANT None(VARTYPE vt) {
+VARIANT Make(VARTYPE vt, LONGLONG bits = 0) {
     VARIANT v = {};
     v.vt = vt;
+    v.llVal = bits;
+    if (vt == VT_I4) v.lVal = LONG(bits);  // sign-extended into the upper half too
+    if (vt == VT_BOOL) v.boolVal = bits ? VARIANT_TRUE : VARIANT_FALSE;
     return v;
 }
-VARIANT Bool(bool b) {
-    VARIANT v = {};
-    v.vt = VT_BOOL;
-    v.boolVal = b ? VARIANT_TRUE : VARIANT_FALSE;
-    return v;
-}
-VARIANT Cy(LONGLONG units) {
-    VARIANT v = {};
-    v.vt = VT_CY;
-    v.cyVal.int64 = units;
-    return v;
-}
+VARIANT I4(LONG x) { return Make(VT_I4, x); }
 
 // An owned one-dimensional array of variants.
 struct Array : test::Var {
@@ -45,45 +32,65 @@ struct Array : test::Var {
     }
 };
 
-TEST(VariantOrder, ScalarsOfOneType) {
-    struct Case {
+TEST(VariantOrder, LessAndEqual) {
+    test::Var abc, abd, lower, nullString, emptyString;
+    test::SetBstr(abc, OLESTR("Abc"));
+    test::SetBstr(abd, OLESTR("Abd"));
+    test::SetBstr(lower, OLESTR("abc"));
+    test::SetBstr(emptyString, OLESTR(""));
+    nullString.vt = VT_BSTR, nullString.bstrVal = nullptr;
+    LONG one = 1, two = 2, alsoOne = 1;
+    VARIANT refOne = Make(VT_BYREF | VT_I4), refTwo = refOne, refAlsoOne = refOne;
+    refOne.plVal = &one, refTwo.plVal = &two, refAlsoOne.plVal = &alsoOne;
+    Array a1({I4(1)}), a2({I4(2)}), b1({I4(1)}), a12({I4(1), I4(2)}), a13({I4(1), I4(3)}), b12({I4(1), I4(2)}),
+        a123({I4(1), I4(2), I4(3)}), a09({I4(0), I4(9)});
+    const VARIANT empty = Make(VT_EMPTY), null = Make(VT_NULL), five = I4(5);
+    const struct {
         const char* name;
         VARIANT a, b;
         bool less, equal;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"i4 less", I4(1), I4(2), true, false},
         {"i4 equal", I4(3), I4(3), false, true},
         {"i4 signed", I4(-1), I4(0), true, false},
-        {"bool: true sorts first", Bool(true), Bool(false), true, false},
-        {"bool: false after true", Bool(false), Bool(true), false, false},
-        {"currency signed 64-bit", Cy(-1), Cy(0x100000000LL), true, false},
-        {"currency equal", Cy(5), Cy(5), false, true},
-        {"null vs empty: each is less than the other", None(VT_NULL), None(VT_EMPTY), true, false},
+        {"bool: true sorts first", Make(VT_BOOL, 1), Make(VT_BOOL, 0), true, false},
+        {"bool: false after true", Make(VT_BOOL, 0), Make(VT_BOOL, 1), false, false},
+        {"currency signed 64-bit", Make(VT_CY, -1), Make(VT_CY, 0x100000000LL), true, false},
+        {"currency equal", Make(VT_CY, 5), Make(VT_CY, 5), false, true},
+        {"empty sorts after a value", empty, five, false, false},
+        {"a value before empty", five, empty, true, false},
+        {"a value before null", five, null, true, false},
+        {"null and empty: each is less than the other", null, empty, true, false},
+        {"empty and null", empty, null, true, false},
+        {"strings by code unit", abc, abd, true, false},
+        {"case-sensitive, no locale: 'A' < 'a'", abc, lower, true, false},
+        {"a null string is the empty one", nullString, emptyString, false, true},
+        {"a null string before text", nullString, abc, true, false},
+        {"references through the pointer", refOne, refTwo, true, false},
+        {"references to equal values", refOne, refAlsoOne, false, true},
+        {"one-element arrays never order", a1, a2, false, false},
+        {"... either way", a2, a1, false, false},
+        {"... yet may be equal", a1, b1, false, true},
+        {"arrays element by element", a12, a13, true, false},
+        {"... and back", a13, a12, false, false},
+        {"equal arrays", a12, b12, false, true},
+        {"past the shorter end is empty, so the longer orders first", a123, a12, true, false},
+        {"... and the shorter does not", a12, a123, false, false},
+        {"a difference before the end decides", a09, a123, true, false},
     };
-    for (Case c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        EXPECT_EQ(VariantLess(c.a, c.b), c.less);
-        EXPECT_EQ(VariantEqual(c.a, c.b), c.equal);
+        VARIANT b = c.b;  // same types: never converted, so the copy is safe
+        EXPECT_EQ(VariantLess(c.a, b), c.less);
+        EXPECT_EQ(VariantEqual(c.a, b), c.equal);
     }
+    VARIANT alsoEmpty = empty;
+    EXPECT_TRUE(VariantEqual(empty, alsoEmpty));
 }
 
-TEST(VariantOrder, EmptyAndNullSortAfterEverything) {
-    VARIANT five = I4(5), empty = None(VT_EMPTY), null = None(VT_NULL);
-    EXPECT_FALSE(VariantLess(empty, five));
-    EXPECT_TRUE(VariantLess(five, empty));
-    EXPECT_TRUE(VariantLess(five, null));
-    // Each of empty and null counts as less than the other.
-    EXPECT_TRUE(VariantLess(empty, null));
-    EXPECT_TRUE(VariantLess(null, empty));
-    EXPECT_FALSE(VariantEqual(empty, five));
-    EXPECT_FALSE(VariantEqual(five, null));
-    EXPECT_TRUE(VariantEqual(empty, empty));
-}
-
-TEST(VariantOrder, TwoEmptyKeysCannotBeOrdered) {
+TEST(VariantOrder, TwoEmptyKeysCannotBeOrderedAndFailedConversionsThrow) {
     for (VARTYPE vt : {VT_EMPTY, VT_NULL}) {
-        VARIANT a = None(vt), b = None(vt);
+        VARIANT a = Make(vt), b = Make(vt);
         try {
             VariantLess(a, b);
             ADD_FAILURE() << "ordered two values of type " << vt;
@@ -91,17 +98,13 @@ TEST(VariantOrder, TwoEmptyKeysCannotBeOrdered) {
             EXPECT_HR(DISP_E_BADVARTYPE, hr);
         }
     }
-}
-
-TEST(VariantOrder, SecondOperandIsConvertedInPlaceAndStaysSo) {
-    VARIANT five = I4(5);
-    test::Var seven;
+    // The second operand is converted in place and stays so.
+    const VARIANT five = I4(5);
+    test::Var seven, word;
     test::SetBstr(seven, OLESTR("7"));
     EXPECT_TRUE(VariantLess(five, seven));
     EXPECT_EQ(seven.vt, VT_I4);
     EXPECT_EQ(seven.lVal, 7);
-
-    test::Var word;
     test::SetBstr(word, OLESTR("seven"));
     try {
         VariantEqual(five, word);
@@ -112,78 +115,12 @@ TEST(VariantOrder, SecondOperandIsConvertedInPlaceAndStaysSo) {
     }
 }
 
-TEST(VariantOrder, StringsCompareByCodeUnitAndNullIsEmpty) {
-    test::Var a, b, lower, nullString, emptyString;
-    test::SetBstr(a, OLESTR("Abc"));
-    test::SetBstr(b, OLESTR("Abd"));
-    test::SetBstr(lower, OLESTR("abc"));
-    nullString.vt = VT_BSTR;
-    nullString.bstrVal = nullptr;
-    test::SetBstr(emptyString, OLESTR(""));
-    EXPECT_TRUE(VariantLess(a, b));
-    EXPECT_TRUE(VariantLess(a, lower)) << "case-sensitive, no locale: 'A' < 'a'";
-    EXPECT_FALSE(VariantEqual(a, lower));
-    EXPECT_TRUE(VariantEqual(nullString, emptyString));
-    EXPECT_TRUE(VariantLess(nullString, a));
-}
-
-TEST(VariantOrder, ReferencesCompareThroughThePointer) {
-    LONG x = 1, y = 2;
-    VARIANT a = {}, b = {};
-    a.vt = b.vt = VT_BYREF | VT_I4;
-    a.plVal = &x;
-    b.plVal = &y;
-    EXPECT_TRUE(VariantLess(a, b));
-    EXPECT_FALSE(VariantEqual(a, b));
-    y = 1;
-    EXPECT_TRUE(VariantEqual(a, b));
-}
-
-TEST(VariantOrder, OneElementArraysNeverOrderYetMayDiffer) {
-    Array one({I4(1)}), two({I4(2)});
-    EXPECT_FALSE(VariantLess(one, two));
-    EXPECT_FALSE(VariantLess(two, one));
-    EXPECT_FALSE(VariantEqual(one, two));
-    Array alsoOne({I4(1)});
-    EXPECT_TRUE(VariantEqual(one, alsoOne));
-}
-
-TEST(VariantOrder, ArraysCompareElementByElement) {
-    Array a({I4(1), I4(2)}), b({I4(1), I4(3)}), same({I4(1), I4(2)});
-    EXPECT_TRUE(VariantLess(a, b));
-    EXPECT_FALSE(VariantLess(b, a));
-    EXPECT_TRUE(VariantEqual(a, same));
-    EXPECT_FALSE(VariantLess(a, same));
-}
-
-TEST(VariantOrder, ArraysOfDifferentLengthsHaveADefinedOrder) {
-    // Positions past the shorter array count as empty, and empty sorts last:
-    // the longer array orders first when the shorter one is its prefix.
-    Array shorter({I4(1), I4(2)}), longer({I4(1), I4(2), I4(3)});
-    EXPECT_TRUE(VariantLess(longer, shorter));
-    EXPECT_FALSE(VariantLess(shorter, longer));
-    EXPECT_FALSE(VariantEqual(shorter, longer));
-    // A difference before the end still decides.
-    Array early({I4(0), I4(9)});
-    EXPECT_TRUE(VariantLess(early, longer));
-}
-
 TEST(TaskKeyOrder, LevelDecidesBeforeTheValueAndReservedIsIgnored) {
-    task_key a = {}, b = {};
-    a.Level = 1;
-    b.Level = 2;
-    a.Value = None(VT_EMPTY);
-    b.Value = None(VT_EMPTY);
     // Different levels never reach the value comparison, which would throw.
+    task_key a = {1, 0, Make(VT_EMPTY)}, b = {2, 0, Make(VT_EMPTY)};
     EXPECT_TRUE(ostrel::TaskKeyLess(a, b));
     EXPECT_FALSE(ostrel::TaskKeyEqual(a, b));
-
-    task_key c = {}, d = {};
-    c.Level = d.Level = 3;
-    c.dwReserved = 1;
-    d.dwReserved = 99;
-    c.Value = I4(4);
-    d.Value = I4(4);
+    task_key c = {3, 1, I4(4)}, d = {3, 99, I4(4)};
     EXPECT_TRUE(ostrel::TaskKeyEqual(c, d));
     EXPECT_FALSE(ostrel::TaskKeyLess(c, d));
     d.Value = I4(5);

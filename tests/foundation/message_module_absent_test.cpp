@@ -3,7 +3,6 @@
 #include <filesystem>
 
 #include "foundation/boundary.h"
-#include "foundation/message_loader.h"
 #include "foundation/message_numbers.h"
 #include "foundation/vo_error.h"
 #include "test_support.h"
@@ -12,46 +11,31 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A fresh, empty current folder for this process, so nothing else running
-// beside it can put the module where the platform looks.
-class OwnFolder {
-public:
-    OwnFolder() : previous_(fs::current_path()) {
-        folder_ = fs::temp_directory_path() / ("ostrel-absent-" + std::to_string(GetCurrentThreadId()) + "-" +
-                                                std::to_string(reinterpret_cast<uintptr_t>(this)));
-        fs::create_directories(folder_);
-        fs::current_path(folder_);
-    }
-    ~OwnFolder() {
-        fs::current_path(previous_);
-        std::error_code ignored;
-        fs::remove_all(folder_, ignored);
-    }
-    const fs::path& Path() const { return folder_; }
-
-private:
-    fs::path previous_, folder_;
-};
-
 TEST(MessageModuleAbsent, TextNamesTheModuleThenLoadIsRetried) {
-    OwnFolder folder;
+    // A fresh, empty current folder of this process's own, so nothing running
+    // beside it can put the module where the platform looks.
+    const fs::path previous = fs::current_path();
+    const fs::path folder = fs::temp_directory_path() / ("ostrel-absent-" + std::to_string(getpid()));
+    fs::create_directories(folder);
+    fs::current_path(folder);
     const std::string notFound = test::SystemText(ERROR_MOD_NOT_FOUND);
     ASSERT_FALSE(notFound.empty());
 
     ostrel::EVoError e(VOMSG_INDEX_OUT_OF_RANGE);
     EXPECT_EQ(e.Code, DWORD(VOMSG_INDEX_OUT_OF_RANGE));
     EXPECT_EQ(test::Utf8(e.Message), "File VoMessages.dll could not be loaded: " + notFound);
-
     // The caller sees the same text through the boundary.
     SetErrorInfo(0, nullptr);
-    HRESULT hr = ostrel::Boundary(GUID_NULL, [] { throw ostrel::EVoError(VOMSG_INDEX_OUT_OF_RANGE); });
-    EXPECT_HR(DISP_E_EXCEPTION, hr);
+    EXPECT_HR(DISP_E_EXCEPTION,
+              ostrel::Boundary(GUID_NULL, [] { throw ostrel::EVoError(VOMSG_INDEX_OUT_OF_RANGE); }));
     EXPECT_EQ(test::TakeErrorInfo().description, "File VoMessages.dll could not be loaded: " + notFound);
 
     // Once the module can be found, the next lookup loads it.
-    fs::copy_file(OSTREL_MESSAGE_MODULE, folder.Path() / "VoMessages.dll");
+    fs::copy_file(OSTREL_MESSAGE_MODULE, folder / "VoMessages.dll");
     ostrel::EVoError later(VOMSG_INDEX_OUT_OF_RANGE);
     EXPECT_EQ(test::Utf8(later.Message), "The index is out of range: it must be below the number of items.\r\n");
+    fs::current_path(previous);
+    fs::remove_all(folder);
 }
 
 }  // namespace

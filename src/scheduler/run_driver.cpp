@@ -4,6 +4,8 @@
 #include "foundation/hresult.h"
 #include "foundation/message_loader.h"
 #include "foundation/message_numbers.h"
+#include "foundation/value_text.h"
+#include "scheduler/outline.h"
 #include "scheduler/scheduler.h"
 
 namespace ostrel {
@@ -64,11 +66,73 @@ void TVoScheduler::Run() {
 }
 
 void TVoScheduler::RunPasses() {
-    for (const auto& set : sets_) {
-        const auto& tasks = set->Tasks();
+    PreparationPass();
+    BuildSuccessorNetwork();
+    SchedulingPass();
+}
+
+// Summary tasks are never prepared or scheduled: what they carry flows into
+// their descendants.
+void TVoScheduler::PreparationPass() {
+    for (size_t s = 0; s < sets_.Size(); ++s) {
+        std::vector<tagScheduleData>& tasks = sets_.At(s).Tasks();
         for (size_t i = 0; i < tasks.size(); ++i) {
             // Deliberate spelling: hosts match this text.
             if (!Running()) throw EVoScheduleError(OLESTR("Scheduler stoped externally"));
+            if (!IsSummary(tasks, i)) PrepareTask(ULONG(s), i);
+        }
+    }
+}
+
+void TVoScheduler::BuildSuccessorNetwork() {
+    for (tagScheduleData* task : order_) {
+        for (ULONG p = 0; p < PredecessorCount(*task); ++p) {
+            const tagSchedulePredecessor& entry = task->psp[p];
+            tagScheduleData& predecessor = IndexedTask(task->psp[p].tkPred);
+            if (&predecessor == task) {
+                EVoScheduleError error(FormatVoMessage(VOMSG_CIRCULAR_RELATION, VarToW(task->tkKey.Value).c_str(),
+                                                       VarToW(predecessor.tkKey.Value).c_str()));
+                error.Code = VOMSG_CIRCULAR_RELATION;
+                throw error;
+            }
+            StateOf(predecessor).successors.push_back(SuccessorLink{task, RawEnum(entry.ptType), entry.dblLag});
+        }
+    }
+}
+
+// One task's failure does not end the pass: the task is marked scheduled and
+// failed (so nothing takes it up again), its message is kept, and the pass
+// goes on with the next task.
+void TVoScheduler::SchedulingPass() {
+    // Deferred tasks that keep deferring each other without ever placing one
+    // would cycle for ever; more deferrals in a row than this many tasks
+    // could need are taken for such a cycle.
+    const size_t deferralsAllowed = 4 * taskStates_.Size() + 16;
+    for (tagScheduleData* walked : order_) {
+        if (!Running()) return;
+        if (IsScheduled(*walked)) continue;
+        tagScheduleData* current = walked;
+        try {
+            ScheduleOneTask(*walked);
+            size_t deferrals = 0;
+            while (!workQueue_.empty()) {
+                current = workQueue_.front();
+                workQueue_.pop_front();
+                deferrals = ScheduleOneTask(*current) ? 0 : deferrals + 1;
+                if (deferrals > deferralsAllowed) {
+                    EVoScheduleError error(FormatVoMessage(VOMSG_CIRCULAR_RELATION, VarToW(current->tkKey.Value).c_str(),
+                                                           VarToW(walked->tkKey.Value).c_str()));
+                    error.Code = VOMSG_CIRCULAR_RELATION;
+                    error.Task = current;
+                    error.Severity = msError;
+                    throw error;
+                }
+            }
+        } catch (const EVoScheduleError& error) {
+            resultFlags_ |= srTasksFailed;
+            current->dwSRFlags = srIsScheduled | srFail;
+            workQueue_.clear();
+            AddMessage(error);
         }
     }
 }

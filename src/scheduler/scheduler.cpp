@@ -69,9 +69,10 @@ void TVoScheduler::AddMessage(const tagScheduleData* task, const WString& text) 
         if (task) {
             message.tk.Level = task->tkKey.Level;
             ThrowIfFailed(VariantCopy(&message.tk.Value, &task->tkKey.Value));
-            // The run will reach the set through the set index in the task's
-            // run state; the set holding the record is the same one.
-            const CTaskSet* set = sets_.Holding(task);
+            // A prepared task names its set by index; a record the run has
+            // not prepared is looked for among the sets.
+            const TaskState* state = taskStates_.Of(*task);
+            const CTaskSet* set = state ? &sets_.At(state->setIndex) : sets_.Holding(task);
             message.dwCookie = set ? set->Cookie() : 0;
             message.Severity = msError;
         }
@@ -113,6 +114,11 @@ void TVoScheduler::GetScheduleMessages(IUnknown** ppvMessages) {
 
 void TVoScheduler::DropRunState() {
     order_.clear();
+    keyIndex_.clear();
+    taskStates_.Clear();
+    workQueue_.clear();
+    pending_.clear();
+    visited_.clear();
     defaultCalendar_.Reset();
     messages_->Clear();
 }

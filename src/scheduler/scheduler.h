@@ -2,8 +2,10 @@
 // host hands over, the messages and results it hands back, and the state a
 // run leaves behind until Clear or Reset.
 #pragma once
+#include <deque>
 #include <functional>
 #include <memory>
+#include <set>
 #include <span>
 #include <vector>
 
@@ -12,17 +14,14 @@
 #include "component/interface_ref.h"
 #include "foundation/text.h"
 #include "foundation/vo_error.h"
+#include "scheduler/date_bounds.h"
 #include "scheduler/resource_map.h"
 #include "scheduler/schedule_message.h"
+#include "scheduler/scheduling_order.h"
 #include "scheduler/task_sets.h"
+#include "scheduler/task_state.h"
 
 namespace ostrel {
-
-// The order in which the run schedules its tasks. Preparation enters every
-// prepared task (EnterInSchedulingOrder); results are read back in this
-// order. Until the run brings its ordering (constraint, priority, date,
-// largest assignment, then entry order) tasks stay in entry order.
-using SchedulingOrder = std::vector<tagScheduleData*>;
 
 class TVoScheduler {
 public:
@@ -87,7 +86,9 @@ public:
     // What the run works with.
     IVoScheduleEvents* Events() const { return events_.Get(); }
     ResourceMap& Resources() { return resources_; }
-    void EnterInSchedulingOrder(tagScheduleData& task) { order_.push_back(&task); }
+    // Preparation enters every prepared task; results are read back in this
+    // order.
+    void EnterInSchedulingOrder(tagScheduleData& task) { order_.insert(&task); }
     const SchedulingOrder& Order() const { return order_; }
 
 private:
@@ -95,9 +96,42 @@ private:
     // key index, work queue and pending list belong here too.
     void DropRunState();
 
-    // The passes of a run, under the handler of Run.
+    // The passes of a run, under the handler of Run (run_driver.cpp).
     void RunPasses();
+    void PreparationPass();
+    void BuildSuccessorNetwork();
+    void SchedulingPass();
     bool Running() const;
+
+    // Preparation of one task (preparation.cpp).
+    void PrepareTask(ULONG setIndex, size_t index);
+    void InheritFromAncestor(tagScheduleData& task, tagScheduleData& ancestor);
+    void CheckConstraintDate(tagScheduleData& task, const CTaskSet& set);
+    double CheckResources(tagScheduleData& task);
+    void ExpandPredecessors(tagScheduleData& task, CTaskSet& set);
+
+    // One task's bounds, links and deferral (deferral.cpp). ScheduleOneTask
+    // is false when the task was deferred.
+    bool ScheduleOneTask(tagScheduleData& task);
+    bool MustDefer(tagScheduleData& task, DateBounds& bounds);
+    tagScheduleData* BlockingTask(tagScheduleData& from);
+    void Visit(tagScheduleData& task);
+    tagScheduleData& IndexedTask(task_key& key);
+    TaskState& StateOf(const tagScheduleData& task);
+
+    // Placing the intervals and allocating resources (placement.cpp,
+    // allocation.cpp, resource_profiles.cpp).
+    void PlaceIntervals(tagScheduleData& task, DateBounds& bounds);
+    TaskSpan PlaceOnSetProfile(tagScheduleData& task, const DateBounds& bounds, const tagScheduleInterval& interval,
+                               TaskSpan span);
+    TaskSpan PlaceOnDefaultProfiles(tagScheduleData& task, const DateBounds& bounds,
+                                    const tagScheduleInterval& interval);
+    TaskSpan PlaceOnActualProfiles(tagScheduleData& task, DateBounds bounds, const tagScheduleInterval& interval,
+                                   TaskSpan span);
+    [[noreturn]] void ExplainFailedPlacement(tagScheduleData& task, const DateBounds& bounds);
+    void Allocate(tagScheduleData& task, DATE start, DATE stop);
+    void EnsureResourceProfiles(const VARIANT& key);
+    ResourceProfiles& ProfilesOf(const VARIANT& key);
 
     InterfaceRef<IVoScheduleEvents> events_;
     // Manual-reset events framing a run: running is signalled while a run
@@ -109,7 +143,14 @@ private:
     InterfaceRef<IVoAvailability> defaultCalendar_;
     std::shared_ptr<MessageList> messages_;
     ResourceMap resources_;
-    SchedulingOrder order_;
+    TaskStates taskStates_;
+    KeyIndex keyIndex_;
+    SchedulingOrder order_{SchedulingOrderLess(&taskStates_)};
+    // Tasks to (re)schedule before the pass moves on, the tasks a successor
+    // check found blocking, and the tasks met on one walk of the links.
+    std::deque<tagScheduleData*> workQueue_;
+    std::vector<tagScheduleData*> pending_;
+    std::set<tagScheduleData*> visited_;
     ULONG resultFlags_ = 0;
 };
 

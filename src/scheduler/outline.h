@@ -1,0 +1,22 @@
+// The outline of a task set: its records come in outline order, each summary
+// task followed by all its descendants, and a task names its parent by key.
+#pragma once
+#include <cstddef>
+#include <vector>
+
+#include <Ostrel.h>
+
+namespace ostrel {
+
+// Whether task i is a summary task: the next task names it as its parent.
+// The last task never is.
+bool IsSummary(std::vector<tagScheduleData>& tasks, size_t i);
+
+// How many tasks right after task i descend from it.
+size_t DescendantCount(std::vector<tagScheduleData>& tasks, size_t i);
+
+// The index of the first task with the key; EVoError("Key not found") when
+// there is none.
+size_t FindByKey(std::vector<tagScheduleData>& tasks, task_key& key);
+
+}  // namespace ostrel

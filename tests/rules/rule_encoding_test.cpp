@@ -10,7 +10,7 @@ using rules_test::At;
 using rules_test::Caught;
 
 TEST(EncodeRule, StoredForms) {
-    struct Case {
+    const struct {
         const char* name;
         DATE start, stop;
         BOOL working;
@@ -18,8 +18,7 @@ TEST(EncodeRule, StoredForms) {
         DATE wantStart, wantStop;
         ULONG wantType;
         BOOL wantWorking;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"working hours past midnight", At(2011, 7, 19, 14), At(2011, 7, 19, 9), 1, crWorkingHour,
          At(1902, 1, 1, 14), At(1902, 1, 2, 9), crWorkingHour, 1},
         {"Monday as any 2nd, older name; the stop's own day is dropped", At(2015, 3, 2, 8), At(2020, 6, 5, 17), 1,
@@ -38,7 +37,7 @@ TEST(EncodeRule, StoredForms) {
          At(2003, 1, 10), At(2003, 1, 6), crPeriod, 0},
         {"period before 1899 stays where it is", -1.5, -1.25, 1, crPeriod, -1.5, -1.25, crPeriod, 1},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         const tagRULE r = EncodeRule(c.start, c.stop, c.working, c.type);
         EXPECT_NEAR(r.dtStart, c.wantStart, rules_test::kTolerance);
@@ -49,14 +48,13 @@ TEST(EncodeRule, StoredForms) {
     }
 }
 
-TEST(EncodeRule, RangeErrorsInTheirOrder) {
-    struct Case {
+TEST(EncodeRule, ErrorsInTheirOrder) {
+    const struct {
         const char* name;
         DATE start;
         ULONG type;
         const char* text;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"weekly on an 8th", At(2003, 3, 8), crRecurDayWeek, "Day out of range"},
         {"week-of-month in June", At(2003, 6, 3), crRecurDayMonth, "Month out of range"},
         {"week-of-month: the day before the month", At(2003, 6, 10), crRecurDayMonth, "Day out of range"},
@@ -67,19 +65,17 @@ TEST(EncodeRule, RangeErrorsInTheirOrder) {
         {"the filter value", At(2003, 3, 2), crAll, "Rules rule type out of range"},
         {"the type before the date", -10.0, 0x800, "Rules rule type out of range"},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         EXPECT_EQ(Caught([&] { EncodeRule(c.start, c.start + 0.5, 1, c.type); }).text, c.text);
     }
-}
-
-TEST(EncodeRule, StartBefore1899FailsEveryRecurringFamily) {
-    // Its whole days, read unsigned, lie outside the calendar.
+    // A start before 1899, its whole days read unsigned, lies outside the
+    // calendar for every recurring family: a numbered error with the system's text.
     for (ULONG type : {1u, 2u, 4u, 8u, 32u, 64u, 128u, 256u, 512u}) {
         SCOPED_TRACE(type);
         const auto failure = Caught([&] { EncodeRule(-1.5, 3.0, 1, type); });
-        EXPECT_EQ(test::Hex(HRESULT(failure.code)), test::Hex(E_FAIL));
-        EXPECT_EQ(failure.text, test::SystemText(E_FAIL)) << "a numbered error, with the system's own text";
+        EXPECT_HR(E_FAIL, HRESULT(failure.code));
+        EXPECT_EQ(failure.text, test::SystemText(E_FAIL));
     }
 }
 

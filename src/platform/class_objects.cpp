@@ -1,14 +1,15 @@
 #ifndef _WIN32
 // Class objects of in-process servers.
 //
-// The platform finds a class through the registry's InprocServer32 key. Until
-// Ostrel's platform keeps a registry, a class is found through the libraries
-// already loaded into the process: each one that exports DllGetClassObject is
-// asked in load order, and the first that knows the class serves it. A host
-// links or loads Ostrel's library, so its classes are always found; what a
-// host observes otherwise matches the platform: CO_E_NOTINITIALIZED before
-// CoInitialize, REGDB_E_CLASSNOTREG for a class nobody serves or a context
-// without in-process servers, out-pointers nulled on failure.
+// A registered class is found as the platform finds it: the library named by
+// its InprocServer32 key is loaded and asked through its DllGetClassObject.
+// A class that is not registered is still found when a library already
+// loaded into the process serves it (each one exporting DllGetClassObject is
+// asked in load order), so a host that links Ostrel's library can create its
+// classes without registering them first. What a host observes otherwise
+// matches the platform: CO_E_NOTINITIALIZED before CoInitialize,
+// REGDB_E_CLASSNOTREG for a class nobody serves or a context without
+// in-process servers, out-pointers nulled on failure.
 #include <dlfcn.h>
 #include <link.h>
 
@@ -18,6 +19,7 @@
 
 #include <windows.h>
 
+#include "class_registration.h"
 #include "com_init.h"
 
 namespace {
@@ -88,6 +90,19 @@ HRESULT WINAPI CoGetClassObject(REFCLSID rclsid, DWORD dwClsContext, COSERVERINF
     if (!ostrel_platform::ThreadInitialized()) return CO_E_NOTINITIALIZED;
     if (!(dwClsContext & CLSCTX_INPROC_SERVER)) return REGDB_E_CLASSNOTREG;
     try {
+        std::u16string path;
+        if (ostrel_platform::ClassesRootText(ostrel_platform::ClassKey(rclsid, u"InprocServer32"), path)) {
+            char narrow[4096];
+            if (!WideCharToMultiByte(CP_UTF8, 0, path.c_str(), -1, narrow, sizeof narrow, nullptr, nullptr))
+                return HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND);
+            // Kept loaded: its objects may outlive this call by far.
+            HMODULE server = LoadLibraryExA(narrow, nullptr, 0);
+            if (!server) return HRESULT_FROM_WIN32(GetLastError());
+            auto entry = reinterpret_cast<GetClassObjectFn>(
+                reinterpret_cast<void*>(GetProcAddress(server, "DllGetClassObject")));
+            if (!entry) return CO_E_ERRORINDLL;
+            return entry(rclsid, riid, ppv);
+        }
         for (GetClassObjectFn server : CurrentServers()) {
             HRESULT hr = server(rclsid, riid, ppv);
             if (hr != CLASS_E_CLASSNOTAVAILABLE) return hr;

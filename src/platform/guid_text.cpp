@@ -93,11 +93,4 @@ HRESULT WINAPI CLSIDFromString(LPCOLESTR lpsz, LPCLSID pclsid) {
     return S_OK;
 }
 
-HRESULT WINAPI ProgIDFromCLSID(REFCLSID, LPOLESTR* lplpszProgID) {
-    if (!lplpszProgID) return E_INVALIDARG;
-    // No class is registered yet, so none has a ProgID.
-    *lplpszProgID = nullptr;
-    return REGDB_E_CLASSNOTREG;
-}
-
 #endif

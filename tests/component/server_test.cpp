@@ -2,6 +2,8 @@
 // host meets them.
 #include <Ostrel.h>
 
+#include <string>
+
 #include "test_support.h"
 
 namespace {
@@ -82,6 +84,61 @@ TEST(Server, CreationThroughTheRuntime) {
                                      reinterpret_cast<void**>(&factory)));
     factory->Release();
     EXPECT_HR(S_OK, DllCanUnloadNow());
+}
+
+// Sets the default text value of HKEY_CLASSES_ROOT\\subKey.
+void Register(const std::u16string& subKey, const std::u16string& text) {
+    HKEY key = nullptr;
+    ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(HKEY_CLASSES_ROOT, subKey.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS,
+                                             nullptr, &key, nullptr));
+    RegSetValueExW(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
+                   DWORD((text.size() + 1) * sizeof(char16_t)));
+    RegCloseKey(key);
+}
+
+std::u16string GuidText(REFGUID guid) {
+    OLECHAR text[40];
+    StringFromGUID2(guid, text, 40);
+    return text;
+}
+
+TEST(Server, RegisteredClassesAndProgIds) {
+    Apartment apartment;
+    RegDeleteTreeW(HKEY_CLASSES_ROOT, nullptr);
+    CLSID clsid = GUID_NULL;
+    EXPECT_HR(CO_E_CLASSSTRING, CLSIDFromProgID(OLESTR("VoAvl.VoRules.1"), &clsid));
+    LPOLESTR progId = reinterpret_cast<LPOLESTR>(1);
+    EXPECT_HR(REGDB_E_CLASSNOTREG, ProgIDFromCLSID(CLSID_VoRules, &progId));
+    EXPECT_EQ(progId, nullptr);
+
+    const std::u16string rules = u"CLSID\\" + GuidText(CLSID_VoRules);
+    std::u16string server;
+    for (const char* c = OSTREL_SERVER_PATH; *c; ++c) server += char16_t(*c);
+    Register(rules + u"\\InprocServer32", server);
+    Register(rules + u"\\ProgID", u"VoAvl.VoRules.1");
+    Register(u"VoAvl.VoRules.1\\CLSID", GuidText(CLSID_VoRules));
+
+    EXPECT_HR(S_OK, CLSIDFromProgID(OLESTR("voavl.vorules.1"), &clsid));  // ProgIDs ignore case
+    EXPECT_TRUE(IsEqualGUID(clsid, CLSID_VoRules));
+    ASSERT_HR(S_OK, ProgIDFromCLSID(CLSID_VoRules, &progId));
+    EXPECT_EQ(test::Utf8(progId), "VoAvl.VoRules.1");
+    CoTaskMemFree(progId);
+
+    // Created through the registered library; its errors now name the ProgID.
+    IVoRules* rulesObject = nullptr;
+    ASSERT_HR(S_OK, CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IVoRules,
+                                     reinterpret_cast<void**>(&rulesObject)));
+    EXPECT_HR(DISP_E_EXCEPTION, rulesObject->AddRule(1.0, 1.0, TRUE, tagRULETYPE(3)));
+    EXPECT_EQ(test::TakeErrorInfo().source, "VoAvl.VoRules.1");
+    rulesObject->Release();
+
+    // A registered class whose library is gone fails with the loader's code.
+    Register(u"CLSID\\" + GuidText(IID_IVoRules) + u"\\InprocServer32", u"/nonexistent/libGone.so");
+    void* p = reinterpret_cast<void*>(1);
+    EXPECT_HR(HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND),
+              CoCreateInstance(IID_IVoRules, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, &p));
+    EXPECT_EQ(p, nullptr);
+    RegDeleteTreeW(HKEY_CLASSES_ROOT, nullptr);
 }
 
 }  // namespace

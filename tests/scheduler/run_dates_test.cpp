@@ -1,0 +1,161 @@
+// Small projects and the dates a run gives them: constraints, links with
+// their lags, deferral of tasks scheduled against their links, summary tasks
+// and the half-second tolerance. Every set runs from day 99 to day 200 on a
+// profile that works from day 100.
+#include "run_fixture.h"
+
+namespace {
+
+using run_test::Run;
+using sched_test::Task;
+
+struct Link {
+    LONG predecessor;
+    ULONG type;
+    double lag;
+};
+
+struct Spec {
+    LONG key;
+    LONG constraint = cnASAP;
+    DATE date = 0.0;
+    ULONG priority = 0;
+    double duration = 1.0;  // below 0: a summary task, no interval
+    std::vector<Link> links = {};
+    LONG parent = 0;
+    DATE stored[2] = {0.0, 0.0};  // the interval's dates before the run
+};
+
+struct Expected {
+    LONG key;
+    DATE start, stop;
+    ULONG flags = srIsScheduled | srDataChanged;
+};
+
+struct Scenario {
+    const char* name;
+    std::vector<Spec> tasks;
+    std::vector<Expected> expected;
+};
+
+constexpr double kSecond = 1.0 / 86400;
+
+Task Build(const Spec& spec) {
+    Task task(spec.key, spec.parent);
+    run_test::SetConstraint(task, spec.constraint, spec.date);
+    task.dwPriority = spec.priority;
+    if (spec.duration >= 0) task.Interval(spec.stored[0], spec.stored[1], ifProjectCalendar, spec.duration);
+    for (const Link& link : spec.links) {
+        task.Predecessor(link.predecessor, ptFinishStart, link.lag);
+        std::memcpy(&task.psp[task.dwPredecessors - 1].ptType, &link.type, sizeof link.type);
+    }
+    return task;
+}
+
+const Scenario kScenarios[] = {
+    {"no links: forward from the set's start", {{1, cnASAP, 0, 0, 2}}, {{1, 100, 102}}},
+    {"finish-start with half a day's lag, whatever the calendar",
+     {{1, cnASAP, 0, 0, 2}, {2, cnASAP, 0, 0, 1, {{1, ptFinishStart, 0.5}}}},
+     {{1, 100, 102}, {2, 102.5, 103.5}}},
+    {"start-start", {{1, cnASAP, 0, 0, 4}, {2, cnASAP, 0, 0, 1, {{1, ptStartStart, 1}}}}, {{2, 101, 102}}},
+    {"finish-finish ends the successor a lag before its predecessor ends",
+     {{1, cnASAP, 0, 0, 4}, {2, cnASAP, 0, 0, 1, {{1, ptFinishFinish, 1}}}},
+     {{2, 102, 103}}},
+    {"start-finish ends the successor a lag before its predecessor starts",
+     {{1, cnMSO, 150, 0, 1}, {2, cnASAP, 0, 0, 1, {{1, ptStartFinish, 2}}}},
+     {{1, 150, 151}, {2, 147, 148}}},
+    {"start no earlier than: the later of its date and the predecessor's finish",
+     {{1, cnMSO, 100, 0, 2}, {2, cnSNET, 101, 0, 1, {{1, ptFinishStart, 0}}}, {3, cnSNET, 110, 0, 1, {{1, ptFinishStart, 0}}}},
+     {{2, 102, 103}, {3, 110, 111}}},
+    {"must start on ignores a predecessor that ends later",
+     {{1, cnMSO, 100, 0, 5}, {2, cnMSO, 101, 0, 1, {{1, ptFinishStart, 1}}}},
+     {{2, 101, 102}}},
+    {"must finish on places backward to its date", {{1, cnMFO, 130, 0, 2}}, {{1, 128, 130}}},
+    {"a link of no known type places backward from the set's stop",
+     {{1, cnASAP, 0, 0, 1}, {2, cnASAP, 0, 0, 1, {{1, ptNoRelation, 0}}}, {3, cnASAP, 0, 0, 1, {{1, 9, 0}}}},
+     {{2, 199, 200}, {3, 199, 200}}},
+    {"as late as possible: forward alone, backward from a fixed successor less the lag",
+     {{1, cnALAP, 0, 0, 1}, {2, cnMSO, 150, 0, 1, {{3, ptFinishStart, 1}}}, {3, cnALAP, 0, 0, 2}},
+     {{1, 100, 101}, {2, 150, 151}, {3, 147, 149}}},
+    {"constraint values outside the named ones: below fixes nothing, above acts as late as possible",
+     {{1, -3, 0, 0, 1}, {2, 42, 0, 0, 1}},
+     {{1, 199, 200}, {2, 100, 101}}},
+    {"a chain ordered against its links is deferred until its first task is placed",
+     {{1, cnASAP, 0, 2, 1}, {2, cnASAP, 0, 1, 1, {{1, ptFinishStart, 0}}}, {3, cnASAP, 0, 0, 1, {{2, ptFinishStart, 0}}}},
+     {{1, 100, 101}, {2, 101, 102}, {3, 102, 103}}},
+    {"a summary task hands down its constraint and gets no dates",
+     {{10, cnMSO, 120, 0, -1}, {11, cnASAP, 0, 0, 1, {}, 10}, {12, cnDNL, 0, 0, 1, {}, 10, {130, 131}}},
+     {{10, 0, 0, 0}, {11, 120, 121}, {12, 130, 131, srIsScheduled}}},
+    {"a link to a summary task waits for every leaf under it",
+     {{10, cnASAP, 0, 0, -1}, {11, cnASAP, 0, 0, 2, {}, 10}, {12, cnASAP, 0, 0, -1, {}, 10},
+      {13, cnASAP, 0, 0, 5, {}, 12}, {14, cnASAP, 0, 0, 1, {{10, ptFinishStart, 0}}}},
+     {{11, 100, 102}, {13, 100, 105}, {14, 105, 106}}},
+    {"stored dates within half a second are kept, beyond it rewritten",
+     {{1, cnASAP, 0, 0, 1, {}, 0, {100 + 0.4 * kSecond, 101 - 0.4 * kSecond}},
+      {2, cnASAP, 0, 0, 1, {}, 0, {100 + 0.6 * kSecond, 101}}},
+     {{1, 100 + 0.4 * kSecond, 101 - 0.4 * kSecond, srIsScheduled}, {2, 100, 101}}},
+};
+
+TEST_F(Run, ScenarioDates) {
+    for (const Scenario& scenario : kScenarios) {
+        SCOPED_TRACE(scenario.name);
+        engine->Clear();
+        std::vector<Task> tasks;
+        for (const Spec& spec : scenario.tasks) tasks.push_back(Build(spec));
+        EXPECT_EQ(Schedule(std::move(tasks), run_test::AlwaysWorking()), ULONG(srIsScheduled));
+        for (const Expected& expected : scenario.expected) {
+            tagScheduleData& task = Stored(expected.key);
+            EXPECT_EQ(task.dwSRFlags, expected.flags) << "task " << expected.key;
+            if (!task.psi) continue;
+            EXPECT_NEAR(task.psi[0].dtStart, expected.start, 1e-9) << "task " << expected.key;
+            EXPECT_NEAR(task.psi[0].dtStop, expected.stop, 1e-9) << "task " << expected.key;
+        }
+    }
+}
+
+// Links to a summary task become one link per leaf under it, in outline
+// order, each with the link's type and lag.
+TEST_F(Run, SummaryLinksExpandToLeaves) {
+    std::vector<Task> tasks;
+    for (const Spec& spec : std::vector<Spec>{{10, cnASAP, 0, 0, -1}, {11, cnASAP, 0, 0, 1, {}, 10},
+                                              {12, cnASAP, 0, 0, -1, {}, 10}, {13, cnASAP, 0, 0, 1, {}, 12},
+                                              {14, cnASAP, 0, 0, 1, {}, 12}, {15, cnASAP, 0, 0, 1, {}, 10},
+                                              {16, cnASAP, 0, 0, 1, {{10, ptStartStart, 0.25}}}})
+        tasks.push_back(Build(spec));
+    Schedule(std::move(tasks), run_test::AlwaysWorking());
+    const tagScheduleData& task = Stored(16);
+    ASSERT_EQ(task.dwPredecessors, 4u);
+    const LONG leaves[] = {11, 13, 14, 15};
+    for (ULONG i = 0; i < 4; ++i) {
+        EXPECT_EQ(task.psp[i].tkPred.Value.lVal, leaves[i]);
+        EXPECT_EQ(task.psp[i].ptType, ptStartStart);
+        EXPECT_EQ(task.psp[i].dblLag, 0.25);
+    }
+}
+
+// Ancestors' priorities flow down: the smallest number along the chain wins.
+TEST_F(Run, InheritedPriorityDecidesTheOrder) {
+    std::vector<Task> tasks;
+    for (const Spec& spec : std::vector<Spec>{{10, cnASAP, 0, 5, -1}, {11, cnASAP, 0, 9, 1, {}, 10},
+                                              {12, cnASAP, 0, 7, 1}})
+        tasks.push_back(Build(spec));
+    Schedule(std::move(tasks), run_test::AlwaysWorking());
+    EXPECT_EQ(Stored(11).dwPriority, 5u);
+    std::vector<LONG> order;
+    for (const tagScheduleData* task : engine->Order()) order.push_back(sched_test::KeyOf(*task));
+    EXPECT_EQ(order, (std::vector<LONG>{11, 12}));
+}
+
+// A second run without Reset keeps the first run's flags and leaves tasks
+// that are scheduled alone.
+TEST_F(Run, SecondRunKeepsTheFlags) {
+    std::vector<Task> tasks;
+    tasks.push_back(Build({1, cnASAP, 0, 0, 2}));
+    ASSERT_EQ(Schedule(std::move(tasks), run_test::AlwaysWorking()), ULONG(srIsScheduled));
+    engine->Run();
+    EXPECT_EQ(engine->ResultFlags(), ULONG(srIsScheduled));
+    EXPECT_EQ(engine->Order().size(), 2u);
+    EXPECT_EQ(Stored(1).psi[0].dtStop, 102.0);
+}
+
+}  // namespace

@@ -45,6 +45,7 @@ public:
     std::map<std::string, IUnknown*> answers;  // owned
     std::map<std::string, int> asked;
     std::function<void()> onAsk;
+    HRESULT result = S_OK;  // what every GetAvailabilityProfile returns
 
     STDMETHODIMP GetAvailabilityProfile(ULONG flags, VARIANT gk, IUnknown** ppUnk) override {
         EXPECT_EQ(flags, ULONG(ifResourceDefaultAvailability));
@@ -57,7 +58,7 @@ public:
             found->second->AddRef();
             *ppUnk = found->second;
         }
-        return S_OK;
+        return result;
     }
     STDMETHODIMP Progress(LONG) override {
         ADD_FAILURE() << "the run raises no Progress";

@@ -229,6 +229,16 @@ HMODULE Load(const char* fileName, DWORD flags) {
 namespace ostrel::platform {
 
 DWORD FindModuleResource(HMODULE module, const char* type, unsigned id, const void*& data, unsigned long& size) {
+    const OstrelResourceEntry* entry = nullptr;
+    const DWORD status = FindModuleResourceEntry(module, type, id, entry);
+    if (status == ERROR_SUCCESS) {
+        data = entry->data;
+        size = entry->size;
+    }
+    return status;
+}
+
+DWORD FindModuleResourceEntry(HMODULE module, const char* type, unsigned id, const OstrelResourceEntry*& found) {
     std::lock_guard<std::mutex> lock(modulesMutex);
     void* library = LibraryOf(module);
     const auto* table =
@@ -239,8 +249,7 @@ DWORD FindModuleResource(HMODULE module, const char* type, unsigned id, const vo
         if (std::strcmp(entry->type, type) != 0) continue;
         typeFound = true;
         if (entry->id == id) {
-            data = entry->data;
-            size = entry->size;
+            found = entry;
             return ERROR_SUCCESS;
         }
     }
@@ -296,6 +305,93 @@ FARPROC WINAPI GetProcAddress(HMODULE hModule, LPCSTR lpProcName) {
     void* symbol = OwnSymbol(library, lpProcName);
     if (!symbol) SetLastError(ERROR_PROC_NOT_FOUND);
     return reinterpret_cast<FARPROC>(symbol);
+}
+
+BOOL WINAPI GetModuleHandleExW(DWORD dwFlags, LPCWSTR lpModuleName, HMODULE* phModule) {
+    if (!phModule) {
+        SetLastError(ERROR_INVALID_PARAMETER);
+        return FALSE;
+    }
+    *phModule = nullptr;
+    // Only the form a library uses to find itself: by an address inside it.
+    Dl_info info{};
+    if (!(dwFlags & GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS) || !dladdr(lpModuleName, &info) || !info.dli_fname ||
+        !std::strchr(info.dli_fname, '/')) {
+        SetLastError(ERROR_MOD_NOT_FOUND);
+        return FALSE;
+    }
+    HMODULE module = nullptr;
+    try {
+        module = Load(info.dli_fname, 0);
+    } catch (const std::bad_alloc&) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return FALSE;
+    }
+    if (!module) return FALSE;
+    if (dwFlags & GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT) {
+        // The module is loaded already (the address is in it): give back the
+        // count just taken, but keep the first, so the handle stays known.
+        std::lock_guard<std::mutex> lock(modulesMutex);
+        Module* m = FindModule(module);
+        if (m && m->loads > 1) {
+            --m->loads;
+            dlclose(m->library);
+        }
+    }
+    *phModule = module;
+    return TRUE;
+}
+
+namespace {
+
+// The table's name for a type given as a number or a text.
+std::string ResourceType(LPCWSTR type) {
+    if (IS_INTRESOURCE(type)) {
+        switch (reinterpret_cast<ULONG_PTR>(type)) {
+        case 6: return OSTREL_RT_STRING;
+        case 11: return OSTREL_RT_MESSAGETABLE;
+        default: return std::string();
+        }
+    }
+    std::string name;
+    for (; *type; ++type) name += *type < 0x80 ? char(*type) : '?';
+    return name;
+}
+
+}  // namespace
+
+// Resources are numbered here; a resource named by text is never found.
+HRSRC WINAPI FindResourceW(HMODULE hModule, LPCWSTR lpName, LPCWSTR lpType) {
+    if (!lpType || !IS_INTRESOURCE(lpName)) {
+        SetLastError(ERROR_RESOURCE_NAME_NOT_FOUND);
+        return nullptr;
+    }
+    const OstrelResourceEntry* entry = nullptr;
+    const DWORD status = ostrel::platform::FindModuleResourceEntry(hModule, ResourceType(lpType).c_str(),
+                                                                   unsigned(reinterpret_cast<ULONG_PTR>(lpName)), entry);
+    if (status != ERROR_SUCCESS) {
+        SetLastError(status);
+        return nullptr;
+    }
+    return reinterpret_cast<HRSRC>(const_cast<OstrelResourceEntry*>(entry));
+}
+
+HGLOBAL WINAPI LoadResource(HMODULE, HRSRC hResInfo) {
+    if (!hResInfo) {
+        SetLastError(ERROR_INVALID_HANDLE);
+        return nullptr;
+    }
+    return const_cast<void*>(reinterpret_cast<const OstrelResourceEntry*>(hResInfo)->data);
+}
+
+LPVOID WINAPI LockResource(HGLOBAL hResData) { return hResData; }
+
+DWORD WINAPI SizeofResource(HMODULE, HRSRC hResInfo) {
+    if (!hResInfo) {
+        SetLastError(ERROR_INVALID_HANDLE);
+        return 0;
+    }
+    return DWORD(reinterpret_cast<const OstrelResourceEntry*>(hResInfo)->size);
 }
 
 // The name comes back in the file system's own bytes rather than converted

@@ -4,6 +4,8 @@
 #pragma once
 #include <windows.h>
 
+#include "module_resources.h"
+
 namespace ostrel::platform {
 
 // Looks up the resource of the given type and number in a module loaded with
@@ -14,6 +16,9 @@ namespace ostrel::platform {
 // ERROR_RESOURCE_NAME_NOT_FOUND when none with that number. The bytes stay
 // valid while the module stays loaded.
 DWORD FindModuleResource(HMODULE module, const char* type, unsigned id, const void*& data, unsigned long& size);
+
+// The same, giving the table entry itself.
+DWORD FindModuleResourceEntry(HMODULE module, const char* type, unsigned id, const OstrelResourceEntry*& entry);
 
 }  // namespace ostrel::platform
 

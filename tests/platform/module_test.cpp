@@ -126,3 +126,42 @@ TEST(Module, MissingModulesAndFilesThatAreNoModules) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Module, ResourcesByTypeAndNumberAndTheModuleOfAnAddress) {
+    HMODULE module = LoadLibraryExA(OSTREL_TEST_RESOURCES, nullptr, 0);
+    ASSERT_NE(module, nullptr);
+    HRSRC found = FindResourceW(module, MAKEINTRESOURCEW(1), OLESTR("TYPELIB"));
+    ASSERT_NE(found, nullptr);
+    EXPECT_EQ(SizeofResource(module, found), 4u);
+    const auto* bytes = static_cast<const char*>(LockResource(LoadResource(module, found)));
+    EXPECT_EQ(std::string(bytes, 4), "MSFT");
+
+    const struct {
+        LPCWSTR name, type;
+        DWORD error;
+    } missing[] = {
+        {MAKEINTRESOURCEW(2), OLESTR("TYPELIB"), ERROR_RESOURCE_NAME_NOT_FOUND},
+        {MAKEINTRESOURCEW(1), OLESTR("REGISTRY"), ERROR_RESOURCE_TYPE_NOT_FOUND},
+        {OLESTR("NAMED"), OLESTR("TYPELIB"), ERROR_RESOURCE_NAME_NOT_FOUND},
+    };
+    for (const auto& m : missing) {
+        SetLastError(0);
+        EXPECT_EQ(FindResourceW(module, m.name, m.type), nullptr);
+        EXPECT_LAST_ERROR(m.error);
+    }
+
+    // A module found by an address inside it is the loaded module itself.
+    const void* inside = LockResource(LoadResource(module, found));
+    HMODULE self = nullptr;
+    ASSERT_TRUE(GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                                   static_cast<LPCWSTR>(inside), &self));
+    EXPECT_EQ(self, module);
+    EXPECT_EQ(FileName(self), FileName(module));
+    EXPECT_FALSE(GetModuleHandleExW(0, OLESTR("TestResources.dll"), &self));  // only by address here
+    EXPECT_EQ(self, nullptr);
+    FreeLibrary(module);
+}
+
+}  // namespace

@@ -62,6 +62,24 @@ OSTREL_PLATFORM_FN FARPROC WINAPI GetProcAddress(HMODULE hModule, LPCSTR lpProcN
 OSTREL_PLATFORM_FN DWORD WINAPI GetModuleFileNameA(HMODULE hModule, LPSTR lpFilename, DWORD nSize);
 OSTREL_PLATFORM_FN DWORD WINAPI GetModuleFileNameW(HMODULE hModule, LPWSTR lpFilename, DWORD nSize);
 
+#define GET_MODULE_HANDLE_EX_FLAG_PIN 0x00000001
+#define GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT 0x00000002
+#define GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS 0x00000004
+// The module holding an address (with ..._FROM_ADDRESS): how a library finds
+// its own handle, and from it its file name and resources.
+OSTREL_PLATFORM_FN BOOL WINAPI GetModuleHandleExW(DWORD dwFlags, LPCWSTR lpModuleName, HMODULE* phModule);
+
+// Resources carried by a module, found by type and number.
+typedef struct HRSRC__* HRSRC;
+#define IS_INTRESOURCE(r) ((((ULONG_PTR)(r)) >> 16) == 0)
+#define MAKEINTRESOURCEW(i) ((LPWSTR)((ULONG_PTR)((WORD)(i))))
+#define RT_STRING MAKEINTRESOURCEW(6)
+#define RT_MESSAGETABLE MAKEINTRESOURCEW(11)
+OSTREL_PLATFORM_FN HRSRC WINAPI FindResourceW(HMODULE hModule, LPCWSTR lpName, LPCWSTR lpType);
+OSTREL_PLATFORM_FN HGLOBAL WINAPI LoadResource(HMODULE hModule, HRSRC hResInfo);
+OSTREL_PLATFORM_FN LPVOID WINAPI LockResource(HGLOBAL hResData);
+OSTREL_PLATFORM_FN DWORD WINAPI SizeofResource(HMODULE hModule, HRSRC hResInfo);
+
 // The Arguments parameter is a va_list* (or, with FORMAT_MESSAGE_ARGUMENT_ARRAY,
 // an array of DWORD_PTR), as on the platform.
 OSTREL_PLATFORM_FN DWORD WINAPI FormatMessageA(DWORD dwFlags, LPCVOID lpSource, DWORD dwMessageId,

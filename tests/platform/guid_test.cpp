@@ -1,36 +1,26 @@
+// Identifiers of the platform's interfaces, and the layouts hosts rely on.
 #include <gtest/gtest.h>
 #include <windows.h>
 
 namespace {
 
-TEST(Guid, PlatformIdentifiersMatchTheirInterfaces) {
-    EXPECT_TRUE(IsEqualGUID(__uuidof(IUnknown), IID_IUnknown));
-    EXPECT_TRUE(IsEqualGUID(__uuidof(IDispatch), IID_IDispatch));
-    EXPECT_TRUE(IsEqualGUID(__uuidof(IErrorInfo), IID_IErrorInfo));
-    EXPECT_TRUE(IsEqualGUID(__uuidof(ICreateErrorInfo), IID_ICreateErrorInfo));
-    EXPECT_TRUE(IsEqualGUID(__uuidof(ISupportErrorInfo), IID_ISupportErrorInfo));
-    EXPECT_TRUE(IsEqualGUID(__uuidof(IConnectionPointContainer), IID_IConnectionPointContainer));
-    EXPECT_TRUE(IsEqualGUID(__uuidof(IConnectionPoint), IID_IConnectionPoint));
-    EXPECT_TRUE(IsEqualGUID(__uuidof(IEnumConnections), IID_IEnumConnections));
-    EXPECT_TRUE(IsEqualGUID(__uuidof(IEnumConnectionPoints), IID_IEnumConnectionPoints));
-    EXPECT_TRUE(IsEqualGUID(__uuidof(IClassFactory), IID_IClassFactory));
-    EXPECT_FALSE(IsEqualGUID(IID_IUnknown, GUID_NULL));
-}
+static_assert(sizeof(GUID) == 16 && sizeof(VARIANT) == 24 && sizeof(LONG) == 4 && sizeof(OLECHAR) == 2);
+static_assert(sizeof(DECIMAL) == 16 && sizeof(SYSTEMTIME) == 16 && offsetof(VARIANT, lVal) == 8);
 
-TEST(Guid, UuidOfAcceptsTypesAndPointers) {
+TEST(Guid, UuidOfMatchesTheInterfacesIdentifiersForTypesAndPointers) {
+    const std::pair<GUID, GUID> cases[] = {
+        {__uuidof(IUnknown), IID_IUnknown}, {__uuidof(IDispatch), IID_IDispatch},
+        {__uuidof(IErrorInfo), IID_IErrorInfo}, {__uuidof(ICreateErrorInfo), IID_ICreateErrorInfo},
+        {__uuidof(ISupportErrorInfo), IID_ISupportErrorInfo},
+        {__uuidof(IConnectionPointContainer), IID_IConnectionPointContainer},
+        {__uuidof(IConnectionPoint), IID_IConnectionPoint}, {__uuidof(IEnumConnections), IID_IEnumConnections},
+        {__uuidof(IEnumConnectionPoints), IID_IEnumConnectionPoints}, {__uuidof(IClassFactory), IID_IClassFactory},
+    };
+    for (const auto& [got, want] : cases) EXPECT_TRUE(IsEqualGUID(got, want));
+    EXPECT_FALSE(IsEqualGUID(IID_IUnknown, GUID_NULL));
     IDispatch* dispatch = nullptr;
     EXPECT_TRUE(IsEqualGUID(__uuidof(dispatch), IID_IDispatch));
     EXPECT_TRUE(IsEqualGUID(__uuidof(*dispatch), IID_IDispatch));
-}
-
-TEST(Guid, LayoutMatchesThePlatform) {
-    EXPECT_EQ(sizeof(GUID), 16u);
-    EXPECT_EQ(sizeof(VARIANT), 24u);
-    EXPECT_EQ(sizeof(LONG), 4u);
-    EXPECT_EQ(sizeof(OLECHAR), 2u);
-    EXPECT_EQ(sizeof(DECIMAL), 16u);
-    EXPECT_EQ(sizeof(SYSTEMTIME), 16u);
-    EXPECT_EQ(offsetof(VARIANT, lVal), 8u);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
+// Safe arrays: what creation records, bounds, locks and element copies.
 #include <cstring>
 
-#include "platform/variant_test_support.h"
+#include "variant_test_support.h"
 
 namespace {
 
@@ -27,15 +28,11 @@ TEST(SafeArray, CreateRecordsTheElementTypeAsThePlatformDoes) {
         EXPECT_EQ(SafeArrayGetElemsize(psa), c.size) << "vt=" << c.vt;
         EXPECT_EQ(psa->fFeatures, c.features) << "vt=" << c.vt;
         VARTYPE vt = 0;
-        EXPECT_EQ(Hex(SafeArrayGetVartype(psa, &vt)), Hex(S_OK));
+        EXPECT_HR(S_OK, SafeArrayGetVartype(psa, &vt));
         EXPECT_EQ(vt, c.vt);
-        if (c.features & FADF_HAVEVARTYPE) {
-            EXPECT_EQ(StoredVartype(psa), c.vt);
-        }
-        if (c.vt == VT_DISPATCH) {
-            EXPECT_TRUE(IsEqualGUID(*(reinterpret_cast<const GUID*>(psa) - 1), IID_IDispatch));
-        }
-        EXPECT_EQ(Hex(SafeArrayDestroy(psa)), Hex(S_OK));
+        if (c.features & FADF_HAVEVARTYPE) { EXPECT_EQ(StoredVartype(psa), c.vt); }  // kept before the header
+        if (c.vt == VT_DISPATCH) { EXPECT_TRUE(IsEqualGUID(reinterpret_cast<const GUID*>(psa)[-1], IID_IDispatch)); }
+        EXPECT_HR(S_OK, SafeArrayDestroy(psa));
     }
 }
 
@@ -54,74 +51,74 @@ TEST(SafeArray, BoundsPerDimension) {
     SAFEARRAYBOUND bounds[2] = {{3, 1}, {2, -1}};
     SAFEARRAY* psa = SafeArrayCreate(VT_I4, 2, bounds);
     LONG lo = 99, hi = 99;
-    EXPECT_EQ(Hex(SafeArrayGetLBound(psa, 1, &lo)), Hex(S_OK));
-    EXPECT_EQ(Hex(SafeArrayGetUBound(psa, 1, &hi)), Hex(S_OK));
+    EXPECT_HR(S_OK, SafeArrayGetLBound(psa, 1, &lo));
+    EXPECT_HR(S_OK, SafeArrayGetUBound(psa, 1, &hi));
     EXPECT_EQ(lo, 1);
     EXPECT_EQ(hi, 3);
-    EXPECT_EQ(Hex(SafeArrayGetUBound(psa, 2, &hi)), Hex(S_OK));
+    EXPECT_HR(S_OK, SafeArrayGetUBound(psa, 2, &hi));
     EXPECT_EQ(hi, 0);
     hi = 99;
-    EXPECT_EQ(Hex(SafeArrayGetUBound(psa, 0, &hi)), Hex(DISP_E_BADINDEX));
+    EXPECT_HR(DISP_E_BADINDEX, SafeArrayGetUBound(psa, 0, &hi));
     EXPECT_EQ(hi, 99);
-    EXPECT_EQ(Hex(SafeArrayGetUBound(nullptr, 1, &hi)), Hex(E_INVALIDARG));
+    EXPECT_HR(E_INVALIDARG, SafeArrayGetUBound(nullptr, 1, &hi));
 
     // The first index varies fastest.
     LONG at[2] = {2, 0};
     LONG value = 42;
-    ASSERT_EQ(Hex(SafeArrayPutElement(psa, at, &value)), Hex(S_OK));
+    ASSERT_HR(S_OK, SafeArrayPutElement(psa, at, &value));
     EXPECT_EQ(static_cast<LONG*>(psa->pvData)[4], 42);
     LONG outside[2] = {4, 0};
-    EXPECT_EQ(Hex(SafeArrayPutElement(psa, outside, &value)), Hex(DISP_E_BADINDEX));
-    EXPECT_EQ(Hex(SafeArrayPutElement(psa, nullptr, &value)), Hex(E_INVALIDARG));
-    EXPECT_EQ(Hex(SafeArrayPutElement(psa, at, nullptr)), Hex(E_INVALIDARG));
+    EXPECT_HR(DISP_E_BADINDEX, SafeArrayPutElement(psa, outside, &value));
+    EXPECT_HR(E_INVALIDARG, SafeArrayPutElement(psa, nullptr, &value));
+    EXPECT_HR(E_INVALIDARG, SafeArrayPutElement(psa, at, nullptr));
     SafeArrayDestroy(psa);
 }
 
 TEST(SafeArray, LocksGuardDestruction) {
     SAFEARRAY* psa = SafeArrayCreateVector(VT_I4, 5, 3);
     void* data = nullptr;
-    ASSERT_EQ(Hex(SafeArrayAccessData(psa, &data)), Hex(S_OK));
+    ASSERT_HR(S_OK, SafeArrayAccessData(psa, &data));
     EXPECT_EQ(data, psa->pvData);
-    ASSERT_EQ(Hex(SafeArrayLock(psa)), Hex(S_OK));
-    EXPECT_EQ(Hex(SafeArrayDestroy(psa)), Hex(DISP_E_ARRAYISLOCKED));
-    EXPECT_EQ(Hex(SafeArrayUnlock(psa)), Hex(S_OK));
-    EXPECT_EQ(Hex(SafeArrayUnaccessData(psa)), Hex(S_OK));
-    EXPECT_EQ(Hex(SafeArrayUnaccessData(psa)), Hex(E_UNEXPECTED));
-    EXPECT_EQ(Hex(SafeArrayUnlock(psa)), Hex(E_UNEXPECTED));
-    EXPECT_EQ(Hex(SafeArrayAccessData(psa, nullptr)), Hex(E_INVALIDARG));
-    EXPECT_EQ(Hex(SafeArrayDestroy(psa)), Hex(S_OK));
-    EXPECT_EQ(Hex(SafeArrayDestroy(nullptr)), Hex(S_OK));
+    ASSERT_HR(S_OK, SafeArrayLock(psa));
+    EXPECT_HR(DISP_E_ARRAYISLOCKED, SafeArrayDestroy(psa));
+    EXPECT_HR(S_OK, SafeArrayUnlock(psa));
+    EXPECT_HR(S_OK, SafeArrayUnaccessData(psa));
+    EXPECT_HR(E_UNEXPECTED, SafeArrayUnaccessData(psa));
+    EXPECT_HR(E_UNEXPECTED, SafeArrayUnlock(psa));
+    EXPECT_HR(E_INVALIDARG, SafeArrayAccessData(psa, nullptr));
+    EXPECT_HR(S_OK, SafeArrayDestroy(psa));
+    EXPECT_HR(S_OK, SafeArrayDestroy(nullptr));
 }
 
 TEST(SafeArray, ElementsAreCopiedInAndOut) {
     SAFEARRAY* strings = SafeArrayCreateVector(VT_BSTR, 0, 2);
     BSTR text = SysAllocString(OLESTR("hi"));
     LONG i = 0;
-    ASSERT_EQ(Hex(SafeArrayPutElement(strings, &i, text)), Hex(S_OK));
+    ASSERT_HR(S_OK, SafeArrayPutElement(strings, &i, text));
     BSTR stored = static_cast<BSTR*>(strings->pvData)[0];
     EXPECT_NE(stored, text);
     BSTR got = nullptr;
-    ASSERT_EQ(Hex(SafeArrayGetElement(strings, &i, &got)), Hex(S_OK));
+    ASSERT_HR(S_OK, SafeArrayGetElement(strings, &i, &got));
     EXPECT_NE(got, stored);
     EXPECT_EQ(SysStringLen(got), 2u);
     SysFreeString(got);
     SysFreeString(text);
 
     SAFEARRAY* copy = nullptr;
-    ASSERT_EQ(Hex(SafeArrayCopy(strings, &copy)), Hex(S_OK));
+    ASSERT_HR(S_OK, SafeArrayCopy(strings, &copy));
     EXPECT_NE(static_cast<BSTR*>(copy->pvData)[0], stored);
     SafeArrayDestroy(copy);
     SafeArrayDestroy(strings);
 
     FakeObject object;
     SAFEARRAY* objects = SafeArrayCreateVector(VT_UNKNOWN, 0, 1);
-    ASSERT_EQ(Hex(SafeArrayPutElement(objects, &i, static_cast<IUnknown*>(&object))), Hex(S_OK));
+    ASSERT_HR(S_OK, SafeArrayPutElement(objects, &i, static_cast<IUnknown*>(&object)));
     EXPECT_EQ(object.refs, 2u);
     IUnknown* out = nullptr;
-    ASSERT_EQ(Hex(SafeArrayGetElement(objects, &i, &out)), Hex(S_OK));
+    ASSERT_HR(S_OK, SafeArrayGetElement(objects, &i, &out));
     EXPECT_EQ(object.refs, 3u);
     out->Release();
-    ASSERT_EQ(Hex(SafeArrayCopy(objects, &copy)), Hex(S_OK));
+    ASSERT_HR(S_OK, SafeArrayCopy(objects, &copy));
     EXPECT_EQ(object.refs, 3u);
     SafeArrayDestroy(copy);
     SafeArrayDestroy(objects);
@@ -130,21 +127,19 @@ TEST(SafeArray, ElementsAreCopiedInAndOut) {
     SAFEARRAY* variants = SafeArrayCreateVector(VT_VARIANT, 0, 1);
     Var v;
     v.vt = 15;
-    EXPECT_EQ(Hex(SafeArrayPutElement(variants, &i, &v)), Hex(DISP_E_BADVARTYPE));
+    EXPECT_HR(DISP_E_BADVARTYPE, SafeArrayPutElement(variants, &i, &v));
     SetBstr(&v, OLESTR("vv"));
-    ASSERT_EQ(Hex(SafeArrayPutElement(variants, &i, &v)), Hex(S_OK));
+    ASSERT_HR(S_OK, SafeArrayPutElement(variants, &i, &v));
     Var back;
-    ASSERT_EQ(Hex(SafeArrayGetElement(variants, &i, &back)), Hex(S_OK));
+    ASSERT_HR(S_OK, SafeArrayGetElement(variants, &i, &back));
     EXPECT_EQ(Describe(back), "BSTR 'vv'");
     EXPECT_NE(back.bstrVal, v.bstrVal);
     SafeArrayDestroy(variants);
-}
 
-TEST(SafeArray, CopyOfNothingIsNothing) {
-    SAFEARRAY* out = reinterpret_cast<SAFEARRAY*>(1);
-    EXPECT_EQ(Hex(SafeArrayCopy(nullptr, &out)), Hex(S_OK));
-    EXPECT_EQ(out, nullptr);
-    EXPECT_EQ(Hex(SafeArrayCopy(nullptr, nullptr)), Hex(E_INVALIDARG));
+    copy = reinterpret_cast<SAFEARRAY*>(1);  // a copy of nothing is nothing
+    EXPECT_HR(S_OK, SafeArrayCopy(nullptr, &copy));
+    EXPECT_EQ(copy, nullptr);
+    EXPECT_HR(E_INVALIDARG, SafeArrayCopy(nullptr, nullptr));
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #include <cmath>
 #include <cstdint>
 
-#include "platform/variant_test_support.h"
+#include "variant_test_support.h"
 
 namespace {
 
@@ -43,7 +43,7 @@ void Check(const Case& c, USHORT flags = 0, LCID lcid = LOCALE_USER_DEFAULT) {
     dst.lVal = 0x5a5a;
     const HRESULT hr = VariantChangeTypeEx(&dst, &src, lcid, flags, c.target);
     const std::string label = Describe(src) + " -> vt " + std::to_string(c.target);
-    EXPECT_EQ(Hex(hr), Hex(c.hr)) << label << " gave " << Describe(dst);
+    EXPECT_HR(c.hr, hr) << label << " gave " << Describe(dst);
     if (c.expected) {
         EXPECT_EQ(Describe(dst), c.expected) << label << " hr " << Hex(hr);
     } else {
@@ -159,27 +159,27 @@ TEST(VariantChangeType, FollowsReferences) {
     Var inner, ref, nested, out;
     ref.vt = VT_BYREF | VT_I4;
     ref.plVal = &number;
-    ASSERT_EQ(Hex(VariantChangeType(&out, &ref, 0, VT_BSTR)), Hex(S_OK));
+    ASSERT_HR(S_OK, VariantChangeType(&out, &ref, 0, VT_BSTR));
     EXPECT_EQ(Describe(out), "BSTR '42'");
-    EXPECT_EQ(Hex(VariantChangeType(&out, &ref, 0, VT_BYREF | VT_I4)), Hex(DISP_E_TYPEMISMATCH));
+    EXPECT_HR(DISP_E_TYPEMISMATCH, VariantChangeType(&out, &ref, 0, VT_BYREF | VT_I4));
 
     inner.vt = VT_R8;
     inner.dblVal = 2.5;
     ref.vt = VT_BYREF | VT_VARIANT;
     ref.pvarVal = &inner;
-    ASSERT_EQ(Hex(VariantChangeType(&out, &ref, 0, VT_I4)), Hex(S_OK));
+    ASSERT_HR(S_OK, VariantChangeType(&out, &ref, 0, VT_I4));
     EXPECT_EQ(Describe(out), "I4 2");
 
     nested.vt = VT_BYREF | VT_VARIANT;
     nested.pvarVal = &ref;  // a reference to a reference to a variant
-    EXPECT_EQ(Hex(VariantChangeType(&out, &nested, 0, VT_I4)), Hex(E_INVALIDARG));
+    EXPECT_HR(E_INVALIDARG, VariantChangeType(&out, &nested, 0, VT_I4));
     EXPECT_EQ(Describe(out), "I4 2");
 
     ref.vt = VT_BYREF | VT_I4;
     ref.plVal = nullptr;
-    EXPECT_EQ(Hex(VariantChangeType(&out, &ref, 0, VT_I2)), Hex(DISP_E_TYPEMISMATCH));
+    EXPECT_HR(DISP_E_TYPEMISMATCH, VariantChangeType(&out, &ref, 0, VT_I2));
     ref.vt = VT_BYREF | VT_EMPTY;
-    EXPECT_EQ(Hex(VariantChangeType(&out, &ref, 0, VT_I4)), Hex(DISP_E_BADVARTYPE));
+    EXPECT_HR(DISP_E_BADVARTYPE, VariantChangeType(&out, &ref, 0, VT_I4));
     ref.vt = VT_EMPTY;
 }
 
@@ -187,15 +187,15 @@ TEST(VariantChangeType, ArraysConvertOnlyToThemselvesAndBytesToText) {
     Var array, out;
     array.vt = VT_ARRAY | VT_I4;
     array.parray = SafeArrayCreateVector(VT_I4, 0, 2);
-    ASSERT_EQ(Hex(VariantChangeType(&out, &array, 0, VT_ARRAY | VT_I4)), Hex(S_OK));
+    ASSERT_HR(S_OK, VariantChangeType(&out, &array, 0, VT_ARRAY | VT_I4));
     EXPECT_NE(out.parray, array.parray);
-    EXPECT_EQ(Hex(VariantChangeType(&out, &array, 0, VT_ARRAY | VT_VARIANT)), Hex(DISP_E_TYPEMISMATCH));
-    EXPECT_EQ(Hex(VariantChangeType(&out, &array, 0, VT_BSTR)), Hex(DISP_E_TYPEMISMATCH));
-    EXPECT_EQ(Hex(VariantChangeType(&out, &array, 0, VT_EMPTY)), Hex(DISP_E_TYPEMISMATCH));
+    EXPECT_HR(DISP_E_TYPEMISMATCH, VariantChangeType(&out, &array, 0, VT_ARRAY | VT_VARIANT));
+    EXPECT_HR(DISP_E_TYPEMISMATCH, VariantChangeType(&out, &array, 0, VT_BSTR));
+    EXPECT_HR(DISP_E_TYPEMISMATCH, VariantChangeType(&out, &array, 0, VT_EMPTY));
 
     Var text, bytes;
     SetBstr(&text, OLESTR("hi"));
-    ASSERT_EQ(Hex(VariantChangeType(&bytes, &text, 0, VT_ARRAY | VT_UI1)), Hex(S_OK));
+    ASSERT_HR(S_OK, VariantChangeType(&bytes, &text, 0, VT_ARRAY | VT_UI1));
     LONG lo = -1, hi = -1;
     SafeArrayGetLBound(bytes.parray, 1, &lo);
     SafeArrayGetUBound(bytes.parray, 1, &hi);
@@ -203,7 +203,7 @@ TEST(VariantChangeType, ArraysConvertOnlyToThemselvesAndBytesToText) {
     EXPECT_EQ(hi, 3);
     EXPECT_EQ(static_cast<BYTE*>(bytes.parray->pvData)[0], 'h');
     bytes.parray->rgsabound[0].cElements = 3;  // an odd byte count survives the trip
-    ASSERT_EQ(Hex(VariantChangeType(&text, &bytes, 0, VT_BSTR)), Hex(S_OK));
+    ASSERT_HR(S_OK, VariantChangeType(&text, &bytes, 0, VT_BSTR));
     EXPECT_EQ(SysStringByteLen(text.bstrVal), 3u);
     bytes.parray->rgsabound[0].cElements = 4;
 
@@ -211,31 +211,31 @@ TEST(VariantChangeType, ArraysConvertOnlyToThemselvesAndBytesToText) {
     Var flat;
     flat.vt = VT_ARRAY | VT_UI1;
     flat.parray = SafeArrayCreate(VT_UI1, 2, square);
-    EXPECT_EQ(Hex(VariantChangeType(&out, &flat, 0, VT_BSTR)), Hex(E_INVALIDARG));
+    EXPECT_HR(E_INVALIDARG, VariantChangeType(&out, &flat, 0, VT_BSTR));
 }
 
 TEST(VariantChangeType, InPlaceAndUntouchedOnFailure) {
     Var v;
     v.vt = VT_R8;
     v.dblVal = 0.5;
-    ASSERT_EQ(Hex(VariantChangeType(&v, &v, 0, VT_BSTR)), Hex(S_OK));
+    ASSERT_HR(S_OK, VariantChangeType(&v, &v, 0, VT_BSTR));
     EXPECT_EQ(Describe(v), "BSTR '0.5'");
     BSTR before = v.bstrVal;
-    ASSERT_EQ(Hex(VariantChangeType(&v, &v, 0, VT_BSTR)), Hex(S_OK));
+    ASSERT_HR(S_OK, VariantChangeType(&v, &v, 0, VT_BSTR));
     EXPECT_EQ(v.bstrVal, before) << "in place to its own type is a no-op";
     Var bad;
     SetBstr(&bad, OLESTR("zz"));
-    EXPECT_EQ(Hex(VariantChangeType(&v, &bad, 0, VT_I4)), Hex(DISP_E_TYPEMISMATCH));
+    EXPECT_HR(DISP_E_TYPEMISMATCH, VariantChangeType(&v, &bad, 0, VT_I4));
     EXPECT_EQ(v.bstrVal, before) << "the string the destination held must still be there";
-    ASSERT_EQ(Hex(VariantChangeType(&v, &v, 0, VT_I4)), Hex(S_OK));  // frees the old string
+    ASSERT_HR(S_OK, VariantChangeType(&v, &v, 0, VT_I4));  // frees the old string
     EXPECT_EQ(Describe(v), "I4 0");
 
     VARIANT broken;
     broken.vt = 15;
-    EXPECT_EQ(Hex(VariantChangeType(&broken, &v, 0, VT_I2)), Hex(DISP_E_BADVARTYPE));
+    EXPECT_HR(DISP_E_BADVARTYPE, VariantChangeType(&broken, &v, 0, VT_I2));
     EXPECT_EQ(broken.vt, 15);
-    EXPECT_EQ(Hex(VariantChangeType(nullptr, &v, 0, VT_I2)), Hex(E_INVALIDARG));
-    EXPECT_EQ(Hex(VariantChangeType(&v, nullptr, 0, VT_I2)), Hex(E_INVALIDARG));
+    EXPECT_HR(E_INVALIDARG, VariantChangeType(nullptr, &v, 0, VT_I2));
+    EXPECT_HR(E_INVALIDARG, VariantChangeType(&v, nullptr, 0, VT_I2));
 }
 
 TEST(VariantChangeType, ObjectsConvertThroughTheirValueProperty) {
@@ -245,26 +245,26 @@ TEST(VariantChangeType, ObjectsConvertThroughTheirValueProperty) {
     src.vt = VT_DISPATCH;
     src.pdispVal = &object;
     object.AddRef();
-    ASSERT_EQ(Hex(VariantChangeType(&out, &src, 0, VT_BSTR)), Hex(S_OK));
+    ASSERT_HR(S_OK, VariantChangeType(&out, &src, 0, VT_BSTR));
     EXPECT_EQ(Describe(out), "BSTR '9'");
-    EXPECT_EQ(Hex(VariantChangeType(&out, &src, VARIANT_NOVALUEPROP, VT_I2)), Hex(DISP_E_TYPEMISMATCH));
-    EXPECT_EQ(Hex(VariantChangeType(&out, &src, 0, VT_EMPTY)), Hex(S_OK));
+    EXPECT_HR(DISP_E_TYPEMISMATCH, VariantChangeType(&out, &src, VARIANT_NOVALUEPROP, VT_I2));
+    EXPECT_HR(S_OK, VariantChangeType(&out, &src, 0, VT_EMPTY));
     EXPECT_EQ(object.invokes, 1) << "only the conversion to text asks for the value";
     object.invokeResult = DISP_E_MEMBERNOTFOUND;
-    EXPECT_EQ(Hex(VariantChangeType(&out, &src, 0, VT_I2)), Hex(DISP_E_TYPEMISMATCH));
+    EXPECT_HR(DISP_E_TYPEMISMATCH, VariantChangeType(&out, &src, 0, VT_I2));
 
     Var unknown;
-    ASSERT_EQ(Hex(VariantChangeType(&unknown, &src, 0, VT_UNKNOWN)), Hex(S_OK));
+    ASSERT_HR(S_OK, VariantChangeType(&unknown, &src, 0, VT_UNKNOWN));
     EXPECT_EQ(object.refs, 3u);
-    EXPECT_EQ(Hex(VariantChangeType(&out, &unknown, 0, VT_I4)), Hex(DISP_E_TYPEMISMATCH));
+    EXPECT_HR(DISP_E_TYPEMISMATCH, VariantChangeType(&out, &unknown, 0, VT_I4));
     EXPECT_EQ(object.invokes, 2) << "an unknown has no value property";
-    ASSERT_EQ(Hex(VariantChangeType(&unknown, &unknown, 0, VT_DISPATCH)), Hex(S_OK));
+    ASSERT_HR(S_OK, VariantChangeType(&unknown, &unknown, 0, VT_DISPATCH));
     EXPECT_EQ(Describe(unknown), "vt=0x9");
     EXPECT_EQ(object.refs, 3u);
 
     src.pdispVal = nullptr;
     object.Release();
-    EXPECT_EQ(Hex(VariantChangeType(&out, &src, 0, VT_I4)), Hex(DISP_E_BADVARTYPE));
+    EXPECT_HR(DISP_E_BADVARTYPE, VariantChangeType(&out, &src, 0, VT_I4));
 }
 
 }  // namespace

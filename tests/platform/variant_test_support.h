@@ -1,17 +1,13 @@
 // Helpers for the automation value tests: readable descriptions of variants
 // and status codes, so that a failed check shows the value and the HRESULT.
 #pragma once
-#include <gtest/gtest.h>
-#include <windows.h>
-
 #include <cstdio>
 #include <string>
 
-inline std::string Hex(HRESULT hr) {
-    char buffer[16];
-    std::snprintf(buffer, sizeof buffer, "0x%08X", static_cast<unsigned>(hr));
-    return buffer;
-}
+#include "test_support.h"
+
+using test::Hex;
+using test::Var;
 
 inline std::string Narrow(const OLECHAR* s, UINT length) {
     std::string out;
@@ -52,14 +48,6 @@ inline std::string Describe(const VARIANT& v) {
     }
     return b;
 }
-
-// A variant that clears itself.
-struct Var : VARIANT {
-    Var() { VariantInit(this); }
-    Var(const Var&) = delete;
-    Var& operator=(const Var&) = delete;
-    ~Var() { VariantClear(this); }
-};
 
 inline void SetBstr(VARIANT* v, const OLECHAR* text) {
     v->vt = VT_BSTR;

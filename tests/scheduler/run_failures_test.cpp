@@ -1,5 +1,7 @@
 // One small project per message a run must leave, with the run's flags, the
 // messages (task and text) and what became of each task.
+#include <limits>
+
 #include "foundation/value_text.h"
 #include "run_fixture.h"
 
@@ -159,3 +161,39 @@ TEST_F(Run, ForeignFailures) {
 }
 
 }  // namespace
+
+// Values no host should send still end the run: no crash, no hang, and
+// every task either scheduled or failed.
+TEST_F(Run, HostileValuesEndTheRun) {
+    const double kNaN = std::numeric_limits<double>::quiet_NaN();
+    const double kHuge = std::numeric_limits<double>::max();
+    struct Case {
+        const char* name;
+        double duration, lag, constraintDate;
+        DATE stop;
+        bool calendar;  // the default calendar instead of the plain profile
+    } cases[] = {
+        {"duration not a number", kNaN, 0, 0, 200, false},
+        {"huge duration", kHuge, 0, 0, 200, false},
+        {"negative duration", -5, 0, 0, 200, false},
+        {"lag not a number", 1, kNaN, 0, 200, false},
+        {"huge lag", 1, kHuge, 0, 200, false},
+        {"constraint date not a number", 1, 0, kNaN, 200, false},
+        {"huge duration on a calendar", 1e6, 0, 0, 45292.0 + 3650, true},
+        {"huge range on a calendar", 1, 0, 0, 1e12, true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        engine->Clear();
+        std::vector<Task> tasks{Constrained(1, cnSNET, c.constraintDate), Plain(2), Plain(3)};
+        tasks[0].psi[0].dblDuration = c.duration;
+        tasks[1].Predecessor(1, ptFinishStart, c.lag);
+        tasks[2].Predecessor(2, ptStartFinish, c.lag);
+        const DATE start = c.calendar ? 45292.0 : Run::kStart;
+        const ULONG flags =
+            Schedule(std::move(tasks), c.calendar ? nullptr : run_test::AlwaysWorking(), start, c.stop);
+        EXPECT_TRUE(flags == srFail || (flags & srIsScheduled)) << flags;
+        if (flags == srFail) continue;
+        for (LONG key : {1, 2, 3}) EXPECT_TRUE(Stored(key).dwSRFlags & srIsScheduled) << "task " << key;
+    }
+}

@@ -114,15 +114,17 @@ TEST_F(Run, ScenarioDates) {
 }
 
 // Links to a summary task become one link per leaf under it, in outline
-// order, each with the link's type and lag.
+// order, each with the link's type and lag; the smallest priority number
+// along a leaf's ancestors is its own.
 TEST_F(Run, SummaryLinksExpandToLeaves) {
     std::vector<Task> tasks;
-    for (const Spec& spec : std::vector<Spec>{{10, cnASAP, 0, 0, -1}, {11, cnASAP, 0, 0, 1, {}, 10},
+    for (const Spec& spec : std::vector<Spec>{{10, cnASAP, 0, 5, -1}, {11, cnASAP, 0, 9, 1, {}, 10},
                                               {12, cnASAP, 0, 0, -1, {}, 10}, {13, cnASAP, 0, 0, 1, {}, 12},
                                               {14, cnASAP, 0, 0, 1, {}, 12}, {15, cnASAP, 0, 0, 1, {}, 10},
                                               {16, cnASAP, 0, 0, 1, {{10, ptStartStart, 0.25}}}})
         tasks.push_back(Build(spec));
     Schedule(std::move(tasks), run_test::AlwaysWorking());
+    EXPECT_EQ(Stored(11).dwPriority, 5u);
     const tagScheduleData& task = Stored(16);
     ASSERT_EQ(task.dwPredecessors, 4u);
     const LONG leaves[] = {11, 13, 14, 15};
@@ -131,31 +133,6 @@ TEST_F(Run, SummaryLinksExpandToLeaves) {
         EXPECT_EQ(task.psp[i].ptType, ptStartStart);
         EXPECT_EQ(task.psp[i].dblLag, 0.25);
     }
-}
-
-// Ancestors' priorities flow down: the smallest number along the chain wins.
-TEST_F(Run, InheritedPriorityDecidesTheOrder) {
-    std::vector<Task> tasks;
-    for (const Spec& spec : std::vector<Spec>{{10, cnASAP, 0, 5, -1}, {11, cnASAP, 0, 9, 1, {}, 10},
-                                              {12, cnASAP, 0, 7, 1}})
-        tasks.push_back(Build(spec));
-    Schedule(std::move(tasks), run_test::AlwaysWorking());
-    EXPECT_EQ(Stored(11).dwPriority, 5u);
-    std::vector<LONG> order;
-    for (const tagScheduleData* task : engine->Order()) order.push_back(sched_test::KeyOf(*task));
-    EXPECT_EQ(order, (std::vector<LONG>{11, 12}));
-}
-
-// A second run without Reset keeps the first run's flags and leaves tasks
-// that are scheduled alone.
-TEST_F(Run, SecondRunKeepsTheFlags) {
-    std::vector<Task> tasks;
-    tasks.push_back(Build({1, cnASAP, 0, 0, 2}));
-    ASSERT_EQ(Schedule(std::move(tasks), run_test::AlwaysWorking()), ULONG(srIsScheduled));
-    engine->Run();
-    EXPECT_EQ(engine->ResultFlags(), ULONG(srIsScheduled));
-    EXPECT_EQ(engine->Order().size(), 2u);
-    EXPECT_EQ(Stored(1).psi[0].dtStop, 102.0);
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 
 #include "scheduler/schedule_events.h"
 #include "scheduler/vo_scheduler.h"
-#include "scheduler_test_support.h"
+#include "run_fixture.h"
 
 namespace {
 
@@ -340,12 +340,48 @@ TEST_F(VoSchedulerTest, FailuresThroughTheBoundary) {
     records->Release();
 }
 
-// The run itself is the engine's; through the component it answers S_OK
-// with the flags written, having cleared them first.
-TEST_F(VoSchedulerTest, RunWritesTheResultFlags) {
+// A small run through the component: the host's sink hands out the
+// resource's profile once, and the changed record comes back with its dates.
+TEST_F(VoSchedulerTest, RunAsksTheHostAndWritesTheResultFlags) {
     ULONG flags = 0xFF;
     EXPECT_HR(S_OK, scheduler->Run(&flags));
+    EXPECT_EQ(flags, ULONG(srIsScheduled));  // nothing to schedule
+
+    auto* host = run_test::HostSink::New();
+    host->answers["R"] = run_test::NewProfile({{0.0, 0.0}, {100.0, 1.0}});
+    DWORD connection = 0;
+    ASSERT_HR(S_OK, point->Advise(host, &connection));
+
+    sched_test::Task task(1);
+    run_test::SetConstraint(task, cnASAP, 0.0);
+    task.Interval(0, 0, ifResourceActualAvailability | ifAllocateInterval, 2.0);
+    task.Resource(OLESTR("R"), 1.0);
+    auto* records = DataEnum::New(std::vector<sched_test::Task>{task});
+    IVoAvailability* profile = run_test::AlwaysWorking();
+    ULONG cookie = 0;
+    ASSERT_HR(S_OK, scheduler->AddScheduleData(records, profile, 99.0, 200.0, &cookie));
+    records->Release();
+    profile->Release();
+
+    EXPECT_HR(S_OK, scheduler->Run(&flags));
     EXPECT_EQ(flags, ULONG(srIsScheduled));
+    EXPECT_EQ(host->asked["R"], 1);
+
+    IUnknown* changed = nullptr;
+    ASSERT_HR(S_OK, scheduler->GetScheduleData(cookie, &changed));
+    auto* e = Query<IEnumScheduleData>(changed, IID_IEnumScheduleData);
+    sched_test::Task out(0);  // holds no array, so the copy replaces nothing that needs freeing
+    ULONG fetched = 0;
+    EXPECT_HR(S_FALSE, e->Next(2, &out, &fetched));
+    ASSERT_EQ(fetched, 1u);
+    EXPECT_EQ(sched_test::KeyOf(out), 1);
+    EXPECT_EQ(out.psi[0].dtStart, 100.0);
+    EXPECT_EQ(out.psi[0].dtStop, 102.0);
+    e->Release();
+    changed->Release();
+
+    EXPECT_HR(S_OK, point->Unadvise(connection));
+    host->Release();
 }
 
 }  // namespace

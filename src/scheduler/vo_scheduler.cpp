@@ -200,7 +200,13 @@ CVoScheduler::CVoScheduler() : point_(*this) {
     // The engine keeps the only reference to the events object.
     InterfaceRef<IVoScheduleEvents> events(CVoScheduleEvents::New(this));
     if (!events) throw std::bad_alloc();
-    engine_ = std::make_unique<TVoScheduler>(events.Get());
+    // The engine's events are the only other thing it can run out of; the
+    // creation reports every shortage the same way, as E_OUTOFMEMORY.
+    try {
+        engine_ = std::make_unique<TVoScheduler>(events.Get());
+    } catch (...) {
+        throw std::bad_alloc();
+    }
 }
 
 CVoScheduler::~CVoScheduler() {

@@ -2,6 +2,7 @@
 // task followed by all its descendants, and a task names its parent by key.
 #pragma once
 #include <cstddef>
+#include <unordered_map>
 #include <vector>
 
 #include <Ostrel.h>
@@ -18,5 +19,20 @@ size_t DescendantCount(std::vector<tagScheduleData>& tasks, size_t i);
 // The index of the first task with the key; EVoError("Key not found") when
 // there is none.
 size_t FindByKey(std::vector<tagScheduleData>& tasks, task_key& key);
+
+// FindByKey for every parent and predecessor of a set. When every key and
+// parent of the set is a 32-bit integer, an index answers at once; keys of
+// other types are searched for one by one, since their equality converts
+// between types in ways no index can follow.
+class KeyFinder {
+public:
+    explicit KeyFinder(std::vector<tagScheduleData>& tasks);
+    size_t Find(task_key& key);
+
+private:
+    std::vector<tagScheduleData>& tasks_;
+    bool indexed_ = false;
+    std::unordered_map<unsigned long long, size_t> first_;  // level and value -> first index
+};
 
 }  // namespace ostrel

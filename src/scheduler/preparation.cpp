@@ -17,9 +17,9 @@ namespace {
 
 // The parent a task names, found by key in its set; none for a top-level
 // task.
-tagScheduleData* ParentOf(std::vector<tagScheduleData>& tasks, tagScheduleData& task) {
+tagScheduleData* ParentOf(std::vector<tagScheduleData>& tasks, KeyFinder& keys, tagScheduleData& task) {
     if (IsNone(task.tkParent.Value)) return nullptr;
-    return &tasks[FindByKey(tasks, task.tkParent)];
+    return &tasks[keys.Find(task.tkParent)];
 }
 
 // Grows a task-memory array by one zeroed entry.
@@ -52,7 +52,7 @@ struct PredecessorEntries {
 
 }  // namespace
 
-void TVoScheduler::PrepareTask(ULONG setIndex, size_t index) {
+void TVoScheduler::PrepareTask(ULONG setIndex, size_t index, KeyFinder& keys) {
     CTaskSet& set = sets_.At(setIndex);
     std::vector<tagScheduleData>& tasks = set.Tasks();
     tagScheduleData& task = tasks[index];
@@ -61,7 +61,8 @@ void TVoScheduler::PrepareTask(ULONG setIndex, size_t index) {
     // Parents are found by key, so a set can name them in a circle; a chain
     // longer than the set has tasks is one.
     size_t steps = 0;
-    for (tagScheduleData* ancestor = ParentOf(tasks, task); ancestor; ancestor = ParentOf(tasks, *ancestor)) {
+    for (tagScheduleData* ancestor = ParentOf(tasks, keys, task); ancestor;
+         ancestor = ParentOf(tasks, keys, *ancestor)) {
         if (++steps > tasks.size()) {
             EVoScheduleError error(FormatVoMessage(VOMSG_CIRCULAR_RELATION, VarToW(task.tkKey.Value).c_str(),
                                                    VarToW(ancestor->tkKey.Value).c_str()));
@@ -72,7 +73,7 @@ void TVoScheduler::PrepareTask(ULONG setIndex, size_t index) {
     }
     CheckConstraintDate(task, set);
     state.largestAssignment = CheckResources(task);
-    ExpandPredecessors(task, set);
+    ExpandPredecessors(task, set, keys);
 
     keyIndex_.emplace(&task.tkKey, &task);
     EnterInSchedulingOrder(task);
@@ -150,12 +151,12 @@ double TVoScheduler::CheckResources(tagScheduleData& task) {
 }
 
 // Predecessors must lie in the task's own set.
-void TVoScheduler::ExpandPredecessors(tagScheduleData& task, CTaskSet& set) {
+void TVoScheduler::ExpandPredecessors(tagScheduleData& task, CTaskSet& set, KeyFinder& keys) {
     std::vector<tagScheduleData>& tasks = set.Tasks();
     PredecessorEntries expanded;
     for (ULONG p = 0; p < PredecessorCount(task); ++p) {
         tagSchedulePredecessor& entry = task.psp[p];
-        const size_t found = FindByKey(tasks, entry.tkPred);
+        const size_t found = keys.Find(entry.tkPred);
         const size_t last = found + DescendantCount(tasks, found);
         for (size_t j = found; j <= last; ++j)
             if (!IsSummary(tasks, j)) expanded.Append(tasks[j].tkKey, entry);

@@ -76,10 +76,11 @@ void TVoScheduler::RunPasses() {
 void TVoScheduler::PreparationPass() {
     for (size_t s = 0; s < sets_.Size(); ++s) {
         std::vector<tagScheduleData>& tasks = sets_.At(s).Tasks();
+        KeyFinder keys(tasks);
         for (size_t i = 0; i < tasks.size(); ++i) {
             // Deliberate spelling: hosts match this text.
             if (!Running()) throw EVoScheduleError(OLESTR("Scheduler stoped externally"));
-            if (!IsSummary(tasks, i)) PrepareTask(ULONG(s), i);
+            if (!IsSummary(tasks, i)) PrepareTask(ULONG(s), i, keys);
         }
     }
 }

@@ -15,6 +15,7 @@
 #include "foundation/text.h"
 #include "foundation/vo_error.h"
 #include "scheduler/date_bounds.h"
+#include "scheduler/outline.h"
 #include "scheduler/resource_map.h"
 #include "scheduler/schedule_message.h"
 #include "scheduler/scheduling_order.h"
@@ -104,11 +105,11 @@ private:
     bool Running() const;
 
     // Preparation of one task (preparation.cpp).
-    void PrepareTask(ULONG setIndex, size_t index);
+    void PrepareTask(ULONG setIndex, size_t index, KeyFinder& keys);
     void InheritFromAncestor(tagScheduleData& task, tagScheduleData& ancestor);
     void CheckConstraintDate(tagScheduleData& task, const CTaskSet& set);
     double CheckResources(tagScheduleData& task);
-    void ExpandPredecessors(tagScheduleData& task, CTaskSet& set);
+    void ExpandPredecessors(tagScheduleData& task, CTaskSet& set, KeyFinder& keys);
 
     // One task's bounds, links and deferral (deferral.cpp). ScheduleOneTask
     // is false when the task was deferred.

@@ -32,7 +32,7 @@ int main(int argc, char** argv) {
     std::string formula;
     auto* k = app.add_subcommand("calc", "Evaluate a formula with the calculator");
     k->add_option("FORMULA", formula, "The formula")->required();
-    k->footer("Example:\n  ostrel calc \"(2 + 3) * 4\"");
+    k->footer("Example:\n  ostrel calc \"(2+3)*4\"");
 
     cli::GenerateArgs generate;
     auto* g = app.add_subcommand("generate", "Write a generated project for trying the engine at scale");

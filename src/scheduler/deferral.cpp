@@ -74,6 +74,7 @@ bool TVoScheduler::ScheduleOneTask(tagScheduleData& task) {
 bool TVoScheduler::MustDefer(tagScheduleData& task, DateBounds& bounds) {
     try {
         visited_.clear();
+        fruitless_.clear();
         bool successorLimits = false;
         // The successor links do not change while the pass runs.
         const std::vector<SuccessorLink>& successors = StateOf(task).successors;
@@ -135,8 +136,12 @@ bool TVoScheduler::MustDefer(tagScheduleData& task, DateBounds& bounds) {
 // dates soon: the first task after it (depth first) that is scheduled or
 // start-driven. The tasks on the way to a start-driven one are appended to
 // the pending list, deepest first. Written with its own stack so that a long
-// chain cannot exhaust the thread's.
+// chain cannot exhaust the thread's. A task searched in vain is not searched
+// again within one evaluation: nothing is scheduled meanwhile, and a cycle
+// through it would have been met the first time; without this, tasks linked
+// in many layers would be searched once per path, exponentially often.
 tagScheduleData* TVoScheduler::BlockingTask(tagScheduleData& from) {
+    if (fruitless_.count(&from)) return nullptr;
     std::vector<std::pair<tagScheduleData*, size_t>> stack;
     Visit(from);
     stack.emplace_back(&from, 0);
@@ -152,7 +157,7 @@ tagScheduleData* TVoScheduler::BlockingTask(tagScheduleData& from) {
                 if (IsStartDriven(successor)) {
                     pending_.push_back(&successor);
                     result = &successor;
-                } else if (!StateOf(successor).successors.empty()) {
+                } else if (!StateOf(successor).successors.empty() && !fruitless_.count(&successor)) {
                     deeper = &successor;
                 }
             } else if (!HasFailed(successor)) {
@@ -165,6 +170,7 @@ tagScheduleData* TVoScheduler::BlockingTask(tagScheduleData& from) {
             continue;
         }
         visited_.erase(searched);
+        if (!result) fruitless_.insert(searched);
         stack.pop_back();
         // The search a level up appends the task it searched from.
         if (result && !stack.empty()) pending_.push_back(searched);

@@ -119,6 +119,7 @@ void TVoScheduler::DropRunState() {
     workQueue_.clear();
     pending_.clear();
     visited_.clear();
+    fruitless_.clear();
     defaultCalendar_.Reset();
     messages_->Clear();
 }

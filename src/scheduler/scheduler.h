@@ -152,6 +152,8 @@ private:
     std::deque<tagScheduleData*> workQueue_;
     std::vector<tagScheduleData*> pending_;
     std::set<tagScheduleData*> visited_;
+    // Tasks a blocking search of the current evaluation found nothing after.
+    std::set<tagScheduleData*> fruitless_;
     ULONG resultFlags_ = 0;
 };
 

@@ -135,4 +135,19 @@ TEST_F(Run, SummaryLinksExpandToLeaves) {
     }
 }
 
+// Tasks linked in many layers, each task after both of the layer before:
+// the searches for blocking tasks stay linear in the links, not in the paths.
+TEST_F(Run, ManyLayersOfLinks) {
+    constexpr LONG kLayers = 40;
+    std::vector<Task> tasks;
+    for (LONG layer = 0; layer < kLayers; ++layer)
+        for (LONG side = 0; side < 2; ++side) {
+            Spec spec{2 * layer + side + 1};
+            if (layer > 0) spec.links = {{2 * layer - 1, ptFinishStart, 0}, {2 * layer, ptFinishStart, 0}};
+            tasks.push_back(Build(spec));
+        }
+    EXPECT_EQ(Schedule(std::move(tasks), run_test::AlwaysWorking()), ULONG(srIsScheduled));
+    EXPECT_EQ(Stored(2 * kLayers).psi[0].dtStart, 100.0 + kLayers - 1);
+}
+
 }  // namespace

@@ -63,6 +63,14 @@ std::vector<Failure> Failures() {
         {"a must-finish-on date before the set's start crosses the limits",
          [] { return std::vector<Task>{Constrained(1, cnMFO, 99.0)}; }, srIsScheduled | srTasksFailed,
          {{1, Text(VOMSG_PLACEMENT_BOUNDS_CROSSED)}}, {{1, kFailed}}},
+        {"a resource entry without a key",
+         [] {
+             std::vector<Task> tasks{Plain(1)};
+             tasks[0].Resource(OLESTR("R"), 1.0);
+             VariantClear(&tasks[0].psr[0].rkResource);
+             return tasks;
+         },
+         srFail, {{0, "Task can't be scheduled because resourcekey is empty"}}, {{1, 0}}},
         {"a dated constraint without its date is dropped",
          [] { return std::vector<Task>{Constrained(1, cnMSO, 0.0)}; }, srIsScheduled | srTasksFailed,
          {{1, Text(VOMSG_CONSTRAINT_DATE_MISSING, "1")}}, {{1, kDone}}},
@@ -121,16 +129,6 @@ TEST_F(Run, StoppedExternally) {
     host->onAsk = nullptr;
     engine->Reset();
     EXPECT_EQ(Schedule({Plain(3)}, run_test::AlwaysWorking()), ULONG(srIsScheduled));
-}
-
-// A resource entry without a key fails the run.
-TEST_F(Run, EmptyResourceKey) {
-    std::vector<Task> tasks{Plain(1)};
-    tasks[0].Resource(OLESTR("R"), 1.0);
-    VariantClear(&tasks[0].psr[0].rkResource);
-    EXPECT_EQ(Schedule(std::move(tasks), run_test::AlwaysWorking()), ULONG(srFail));
-    EXPECT_EQ(Messages(), (std::vector<std::pair<LONG, std::string>>{
-                              {0, "Task can't be scheduled because resourcekey is empty"}}));
 }
 
 // A failing call into another component ends the run: with the description

@@ -180,9 +180,13 @@ std::u16string FormatScaled(__int128 mantissa, int scale) {
     std::string text = digits.substr(0, digits.size() - static_cast<size_t>(scale));
     std::string fraction = digits.substr(digits.size() - static_cast<size_t>(scale));
     while (!fraction.empty() && fraction.back() == '0') fraction.pop_back();
-    if (!fraction.empty()) text += "." + fraction;
-    if (negative && text != "0") text.insert(0, "-");
-    return Widen(text.c_str());
+    if (!fraction.empty()) {
+        text += '.';
+        text += fraction;
+    }
+    std::string sign = negative && text != "0" ? "-" : "";
+    sign.append(text);
+    return Widen(sign.c_str());
 }
 
 }  // namespace ostrel::platform

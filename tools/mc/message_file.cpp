@@ -85,7 +85,10 @@ MessageFile ParseMessageFile(const std::string& content) {
 
         if (key == "severitynames" || key == "facilitynames" || key == "languagenames") {
             // The list may span lines up to its closing parenthesis.
-            while (value.find(')') == std::string::npos && i + 1 < lines.size()) value += " " + Trim(lines[++i]);
+            while (value.find(')') == std::string::npos && i + 1 < lines.size()) {
+                value += ' ';
+                value += Trim(lines[++i]);
+            }
             if (value.empty() || value.front() != '(' || value.back() != ')')
                 throw ParseError(lineNo, "a name list must be enclosed in parentheses");
             auto names = ParseNameList(lineNo, value.substr(1, value.size() - 2));

@@ -15,7 +15,7 @@ struct Link {
     double lag;
 };
 
-struct Spec {
+struct TaskRow {
     LONG key;
     LONG constraint = cnASAP;
     DATE date = 0.0;
@@ -34,18 +34,18 @@ struct Expected {
 
 struct Scenario {
     const char* name;
-    std::vector<Spec> tasks;
+    std::vector<TaskRow> tasks;
     std::vector<Expected> expected;
 };
 
 constexpr double kSecond = 1.0 / 86400;
 
-Task Build(const Spec& spec) {
-    Task task(spec.key, spec.parent);
-    run_test::SetConstraint(task, spec.constraint, spec.date);
-    task.dwPriority = spec.priority;
-    if (spec.duration >= 0) task.Interval(spec.stored[0], spec.stored[1], ifProjectCalendar, spec.duration);
-    for (const Link& link : spec.links) {
+Task Build(const TaskRow& row) {
+    Task task(row.key, row.parent);
+    run_test::SetConstraint(task, row.constraint, row.date);
+    task.dwPriority = row.priority;
+    if (row.duration >= 0) task.Interval(row.stored[0], row.stored[1], ifProjectCalendar, row.duration);
+    for (const Link& link : row.links) {
         task.Predecessor(link.predecessor, ptFinishStart, link.lag);
         std::memcpy(&task.psp[task.dwPredecessors - 1].ptType, &link.type, sizeof link.type);
     }
@@ -101,7 +101,7 @@ TEST_F(Run, ScenarioDates) {
         SCOPED_TRACE(scenario.name);
         engine->Clear();
         std::vector<Task> tasks;
-        for (const Spec& spec : scenario.tasks) tasks.push_back(Build(spec));
+        for (const TaskRow& row : scenario.tasks) tasks.push_back(Build(row));
         EXPECT_EQ(Schedule(std::move(tasks), run_test::AlwaysWorking()), ULONG(srIsScheduled));
         for (const Expected& expected : scenario.expected) {
             tagScheduleData& task = Stored(expected.key);
@@ -118,11 +118,11 @@ TEST_F(Run, ScenarioDates) {
 // along a leaf's ancestors is its own.
 TEST_F(Run, SummaryLinksExpandToLeaves) {
     std::vector<Task> tasks;
-    for (const Spec& spec : std::vector<Spec>{{10, cnASAP, 0, 5, -1}, {11, cnASAP, 0, 9, 1, {}, 10},
+    for (const TaskRow& row : std::vector<TaskRow>{{10, cnASAP, 0, 5, -1}, {11, cnASAP, 0, 9, 1, {}, 10},
                                               {12, cnASAP, 0, 0, -1, {}, 10}, {13, cnASAP, 0, 0, 1, {}, 12},
                                               {14, cnASAP, 0, 0, 1, {}, 12}, {15, cnASAP, 0, 0, 1, {}, 10},
                                               {16, cnASAP, 0, 0, 1, {{10, ptStartStart, 0.25}}}})
-        tasks.push_back(Build(spec));
+        tasks.push_back(Build(row));
     Schedule(std::move(tasks), run_test::AlwaysWorking());
     EXPECT_EQ(Stored(11).dwPriority, 5u);
     const tagScheduleData& task = Stored(16);
@@ -142,9 +142,9 @@ TEST_F(Run, ManyLayersOfLinks) {
     std::vector<Task> tasks;
     for (LONG layer = 0; layer < kLayers; ++layer)
         for (LONG side = 0; side < 2; ++side) {
-            Spec spec{2 * layer + side + 1};
-            if (layer > 0) spec.links = {{2 * layer - 1, ptFinishStart, 0}, {2 * layer, ptFinishStart, 0}};
-            tasks.push_back(Build(spec));
+            TaskRow row{2 * layer + side + 1};
+            if (layer > 0) row.links = {{2 * layer - 1, ptFinishStart, 0}, {2 * layer, ptFinishStart, 0}};
+            tasks.push_back(Build(row));
         }
     EXPECT_EQ(Schedule(std::move(tasks), run_test::AlwaysWorking()), ULONG(srIsScheduled));
     EXPECT_EQ(Stored(2 * kLayers).psi[0].dtStart, 100.0 + kLayers - 1);

@@ -1,11 +1,14 @@
 #include "foundation/message_loader.h"
 
+#include <atomic>
+
 namespace ostrel {
 namespace {
 
-// One handle for the process, written without a lock: two threads that both
-// find it empty both load the module, and the platform counts the loads.
-HMODULE messageModule = nullptr;
+// One handle for the process, kept without a lock: two threads that both
+// find it empty both load the module; the one that loses the race to store
+// its handle gives its load back.
+std::atomic<HMODULE> messageModule{nullptr};
 
 constexpr DWORD kLanguageUserDefault = 0x400;
 
@@ -23,17 +26,23 @@ bool SystemText(DWORD error, WString& text, const WString& prefix) {
 }  // namespace
 
 void LoadVoMessage(DWORD number, WString& text, va_list* inserts) {
-    if (!messageModule) {
-        messageModule = LoadLibraryExA("VoMessages.dll", nullptr, DONT_RESOLVE_DLL_REFERENCES);
-        if (!messageModule) {
+    HMODULE module = messageModule.load(std::memory_order_acquire);
+    if (!module) {
+        HMODULE loaded = LoadLibraryExA("VoMessages.dll", nullptr, DONT_RESOLVE_DLL_REFERENCES);
+        if (!loaded) {
             SystemText(GetLastError(), text, OLESTR("File VoMessages.dll could not be loaded: "));
             return;
+        }
+        if (messageModule.compare_exchange_strong(module, loaded, std::memory_order_acq_rel)) {
+            module = loaded;
+        } else {
+            FreeLibrary(loaded);  // another thread stored its handle first; module now holds it
         }
     }
 
     LPSTR buffer = nullptr;
     DWORD n = FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_HMODULE | FORMAT_MESSAGE_FROM_SYSTEM,
-                             messageModule, number, kLanguageUserDefault, reinterpret_cast<LPSTR>(&buffer), 0,
+                             module, number, kLanguageUserDefault, reinterpret_cast<LPSTR>(&buffer), 0,
                              inserts);
     if (n != 0 && buffer != nullptr) {
         text = Widen(buffer, n);

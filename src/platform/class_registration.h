@@ -1,7 +1,7 @@
+#pragma once
 #ifndef _WIN32
 // What the registry says about a class: the text values under
 // HKEY_CLASSES_ROOT that ProgID lookups and object creation read.
-#pragma once
 #include <string>
 
 #include <windows.h>

@@ -1,3 +1,4 @@
+#pragma once
 #ifndef _WIN32
 // Kernel-object handles: the numbers CreateEventA hands out and CloseHandle,
 // WaitForSingleObject and the object's own functions take back.
@@ -6,7 +7,6 @@
 // together with the slot's generation, so a handle that was closed, one
 // closed twice, or plain garbage is recognised and refused with
 // ERROR_INVALID_HANDLE instead of being followed.
-#pragma once
 #include <windows.h>
 
 #include <memory>

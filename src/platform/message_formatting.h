@@ -1,6 +1,6 @@
+#pragma once
 #ifndef _WIN32
 // Expanding a message text the way FormatMessageA does, whatever its source.
-#pragma once
 #include <windows.h>
 
 #include <string>

@@ -1,3 +1,4 @@
+#pragma once
 #ifndef _WIN32
 // The resources a module carries, in the form a Linux module can hold them.
 //
@@ -7,7 +8,6 @@
 // array, OstrelResourceTable, ended by an entry whose type is null. Build
 // steps that generate a module's resources include this header and nothing
 // else, so it stays free of the platform headers.
-#pragma once
 
 #ifdef __cplusplus
 extern "C" {

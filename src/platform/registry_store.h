@@ -1,3 +1,4 @@
+#pragma once
 #ifndef _WIN32
 // The registry's contents and the one file that holds them.
 //
@@ -6,7 +7,6 @@
 // it and rename that over the old one. A crash or a full disk in the middle
 // therefore leaves the old file as it was, and two processes changing the
 // registry at once take turns instead of losing each other's keys.
-#pragma once
 #include <windows.h>
 
 #include <functional>

@@ -1,7 +1,7 @@
+#pragma once
 #ifndef _WIN32
 // Finding a resource inside a loaded module (see module_resources.h for how
 // a Linux module carries them).
-#pragma once
 #include <windows.h>
 
 #include "module_resources.h"

@@ -1,6 +1,6 @@
+#pragma once
 #ifndef _WIN32
 // The system's message table, the source of FORMAT_MESSAGE_FROM_SYSTEM.
-#pragma once
 #include <windows.h>
 
 namespace ostrel::platform {

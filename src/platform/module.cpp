@@ -350,6 +350,7 @@ std::string ResourceType(LPCWSTR type) {
         switch (reinterpret_cast<ULONG_PTR>(type)) {
         case 6: return OSTREL_RT_STRING;
         case 11: return OSTREL_RT_MESSAGETABLE;
+        case 16: return OSTREL_RT_VERSION;
         default: return std::string();
         }
     }

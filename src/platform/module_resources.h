@@ -29,6 +29,7 @@ typedef struct OstrelResourceEntry {
 #define OSTREL_RT_TYPELIB "TYPELIB"
 #define OSTREL_RT_REGISTRY "REGISTRY"
 #define OSTREL_RT_STRING "STRING"
+#define OSTREL_RT_VERSION "VERSION"
 
 // The symbol the platform looks for in a module.
 #define OSTREL_RESOURCE_TABLE_SYMBOL "OstrelResourceTable"

@@ -50,7 +50,7 @@ bool TVoScheduler::ScheduleOneTask(tagScheduleData& task) {
         // The task keeps its dates; only its resources are taken.
         const TaskSpan span = SpanOf(task);
         Allocate(task, span.start, span.finish);
-        task.dwSRFlags |= srIsScheduled;
+        MarkScheduled(task);
         return true;
     }
     if (constraint <= cnMFO) {
@@ -67,14 +67,33 @@ bool TVoScheduler::ScheduleOneTask(tagScheduleData& task) {
         if (bounds.drive == Drive::None || bounds.drive == Drive::Both) bounds.drive = Drive::Forward;
     }
     PlaceIntervals(task, bounds);
-    if (!HasFailed(task)) task.dwSRFlags |= srIsScheduled;
+    if (!HasFailed(task)) MarkScheduled(task);
     return true;
+}
+
+// A task given dates ends every blocking search that reaches it, so the
+// searches found fruitless before must be made again from every task that
+// reaches it through unscheduled ones. Those are all marked (a search marks
+// everything it passes), so the walk back stops at the first unmarked task.
+void TVoScheduler::MarkScheduled(tagScheduleData& task) {
+    task.dwSRFlags |= srIsScheduled;
+    if (HasFailed(task)) return;
+    std::vector<tagScheduleData*> stack{&task};
+    while (!stack.empty()) {
+        tagScheduleData* reached = stack.back();
+        stack.pop_back();
+        for (tagScheduleData* predecessor : StateOf(*reached).predecessors) {
+            TaskState& state = StateOf(*predecessor);
+            if (!state.fruitless) continue;
+            state.fruitless = false;
+            stack.push_back(predecessor);
+        }
+    }
 }
 
 bool TVoScheduler::MustDefer(tagScheduleData& task, DateBounds& bounds) {
     try {
         visited_.clear();
-        fruitless_.clear();
         bool successorLimits = false;
         // The successor links do not change while the pass runs.
         const std::vector<SuccessorLink>& successors = StateOf(task).successors;
@@ -136,12 +155,16 @@ bool TVoScheduler::MustDefer(tagScheduleData& task, DateBounds& bounds) {
 // dates soon: the first task after it (depth first) that is scheduled or
 // start-driven. The tasks on the way to a start-driven one are appended to
 // the pending list, deepest first. Written with its own stack so that a long
-// chain cannot exhaust the thread's. A task searched in vain is not searched
-// again within one evaluation: nothing is scheduled meanwhile, and a cycle
-// through it would have been met the first time; without this, tasks linked
-// in many layers would be searched once per path, exponentially often.
+// chain cannot exhaust the thread's.
+//
+// A task searched in vain is marked and not searched again until a task it
+// reaches is given dates (MarkScheduled). The answer cannot have changed
+// meanwhile, and a cycle through it would have been met the first time.
+// Without the mark, tasks linked in many layers would be searched once per
+// path, exponentially often, and every task of a long chain would search the
+// rest of the chain again: quadratic in the chain's length.
 tagScheduleData* TVoScheduler::BlockingTask(tagScheduleData& from) {
-    if (fruitless_.count(&from)) return nullptr;
+    if (StateOf(from).fruitless) return nullptr;
     std::vector<std::pair<tagScheduleData*, size_t>> stack;
     Visit(from);
     stack.emplace_back(&from, 0);
@@ -157,7 +180,7 @@ tagScheduleData* TVoScheduler::BlockingTask(tagScheduleData& from) {
                 if (IsStartDriven(successor)) {
                     pending_.push_back(&successor);
                     result = &successor;
-                } else if (!StateOf(successor).successors.empty() && !fruitless_.count(&successor)) {
+                } else if (!StateOf(successor).successors.empty() && !StateOf(successor).fruitless) {
                     deeper = &successor;
                 }
             } else if (!HasFailed(successor)) {
@@ -170,7 +193,7 @@ tagScheduleData* TVoScheduler::BlockingTask(tagScheduleData& from) {
             continue;
         }
         visited_.erase(searched);
-        if (!result) fruitless_.insert(searched);
+        if (!result) StateOf(*searched).fruitless = true;
         stack.pop_back();
         // The search a level up appends the task it searched from.
         if (result && !stack.empty()) pending_.push_back(searched);

@@ -2,6 +2,7 @@
 // task followed by all its descendants, and a task names its parent by key.
 #pragma once
 #include <cstddef>
+#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -21,9 +22,9 @@ size_t DescendantCount(std::vector<tagScheduleData>& tasks, size_t i);
 size_t FindByKey(std::vector<tagScheduleData>& tasks, task_key& key);
 
 // FindByKey for every parent and predecessor of a set. When every key and
-// parent of the set is a 32-bit integer, an index answers at once; keys of
-// other types are searched for one by one, since their equality converts
-// between types in ways no index can follow.
+// parent of the set is a 32-bit integer, or every one is a text, an index
+// answers at once; keys of mixed or other types are searched for one by one,
+// since their equality converts between types in ways no index can follow.
 class KeyFinder {
 public:
     explicit KeyFinder(std::vector<tagScheduleData>& tasks);
@@ -31,8 +32,8 @@ public:
 
 private:
     std::vector<tagScheduleData>& tasks_;
-    bool indexed_ = false;
-    std::unordered_map<unsigned long long, size_t> first_;  // level and value -> first index
+    VARTYPE indexed_ = VT_EMPTY;  // the one type of every key, when indexed
+    std::unordered_map<std::u16string, size_t> first_;  // packed key -> first index
 };
 
 }  // namespace ostrel

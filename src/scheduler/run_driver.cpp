@@ -97,6 +97,7 @@ void TVoScheduler::BuildSuccessorNetwork() {
                 throw error;
             }
             StateOf(predecessor).successors.push_back(SuccessorLink{task, RawEnum(entry.ptType), entry.dblLag});
+            StateOf(*task).predecessors.push_back(&predecessor);
         }
     }
 }

@@ -119,7 +119,6 @@ void TVoScheduler::DropRunState() {
     workQueue_.clear();
     pending_.clear();
     visited_.clear();
-    fruitless_.clear();
     defaultCalendar_.Reset();
     messages_->Clear();
 }

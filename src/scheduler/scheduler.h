@@ -116,6 +116,7 @@ private:
     bool ScheduleOneTask(tagScheduleData& task);
     bool MustDefer(tagScheduleData& task, DateBounds& bounds);
     tagScheduleData* BlockingTask(tagScheduleData& from);
+    void MarkScheduled(tagScheduleData& task);
     void Visit(tagScheduleData& task);
     tagScheduleData& IndexedTask(task_key& key);
     TaskState& StateOf(const tagScheduleData& task);
@@ -152,8 +153,6 @@ private:
     std::deque<tagScheduleData*> workQueue_;
     std::vector<tagScheduleData*> pending_;
     std::set<tagScheduleData*> visited_;
-    // Tasks a blocking search of the current evaluation found nothing after.
-    std::set<tagScheduleData*> fruitless_;
     ULONG resultFlags_ = 0;
 };
 

@@ -28,6 +28,11 @@ struct TaskState {
     ULONG setIndex;            // position of the task's set among the sets
     double largestAssignment;  // units; at least 0.0
     std::vector<SuccessorLink> successors;
+    // The tasks whose successor links name this one, one entry per link.
+    std::vector<tagScheduleData*> predecessors;
+    // A blocking search from this task found nothing, and nothing it could
+    // reach has been given dates since (see TVoScheduler::BlockingTask).
+    bool fruitless = false;
 };
 
 // The states of every prepared task, in preparation order. A record's

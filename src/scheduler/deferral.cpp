@@ -71,10 +71,14 @@ bool TVoScheduler::ScheduleOneTask(tagScheduleData& task) {
     return true;
 }
 
-// A task given dates ends every blocking search that reaches it, so the
-// searches found fruitless before must be made again from every task that
-// reaches it through unscheduled ones. Those are all marked (a search marks
-// everything it passes), so the walk back stops at the first unmarked task.
+// A task given dates ends every blocking search that reaches it, so a search
+// found fruitless before must be made again from every task that reaches it
+// through unscheduled ones. By the link rules this cannot happen while such
+// a task still waits (the newly scheduled task would itself have waited for
+// its unscheduled predecessor on the way), but the marks are cleared all the
+// same, so that they never rest on that argument. The tasks to clear are all
+// marked (a search marks everything it passes), so the walk back stops at
+// the first unmarked task and costs next to nothing.
 void TVoScheduler::MarkScheduled(tagScheduleData& task) {
     task.dwSRFlags |= srIsScheduled;
     if (HasFailed(task)) return;

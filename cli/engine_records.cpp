@@ -1,8 +1,13 @@
 #include "engine_records.h"
 
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 
+#include "link_levels.h"
 #include "text.h"
 
 namespace cli {
@@ -29,6 +34,49 @@ Item* Allocate(size_t count) {
 // a summary that states neither must not override its children.
 constexpr tagCONSTRAINT kNeutralConstraint = cnALAP;
 constexpr ULONG kNeutralPriority = std::numeric_limits<ULONG>::max();
+
+// Each task's priority for the engine: the project's priority number (the
+// smallest along the task's summaries, as the engine would inherit it) in
+// the high bits and the task's depth among the links in the low bits, so
+// that tasks of one priority are taken predecessors first. Summaries then
+// carry the neutral priority: their own has reached their tasks already.
+// When a project's numbers leave no room for the depth, the plain numbers
+// are given and the engine's own order decides among equal ones.
+std::vector<ULONG> EnginePriorities(const Project& project) {
+    const std::vector<Task>& tasks = project.tasks;
+    std::vector<ULONG> priority(tasks.size(), kNeutralPriority);
+    std::vector<unsigned> inherited(tasks.size());
+    unsigned highest = 0;
+    for (size_t i = 0; i < tasks.size(); ++i) {
+        const Task& task = tasks[i];
+        unsigned own = task.summary && !task.ownPriority ? unsigned(kNeutralPriority) : task.priority;
+        if (task.parent >= 0) own = std::min(own, inherited[size_t(task.parent)]);
+        inherited[i] = own;
+        if (!task.summary) highest = std::max(highest, own);
+    }
+    const std::vector<unsigned> levels = LinkLevels(project);
+    unsigned deepest = 0;
+    for (size_t i = 0; i < tasks.size(); ++i)
+        if (!tasks[i].summary) deepest = std::max(deepest, levels[i]);
+    const int bits = std::bit_width(deepest);
+    const bool fits = bits < 32 && (std::uint64_t(highest) << bits | deepest) < kNeutralPriority;
+    for (size_t i = 0; i < tasks.size(); ++i) {
+        if (tasks[i].summary) continue;
+        priority[i] = fits ? ULONG(std::uint64_t(inherited[i]) << bits | levels[i]) : ULONG(inherited[i]);
+    }
+    return priority;
+}
+
+// A forward placement that starts exactly at midnight, far past the days a
+// resource's profile has prepared, finds that day unprepared: profiles
+// extend their prepared range up to the requested date, not through it, and
+// the unprepared rest of a profile counts as available. Starting one tick
+// after midnight makes the profile prepare the day itself; the tick is far
+// below the second to which every date is compared and shown.
+DATE StartLimit(DATE date) {
+    constexpr double kTick = 1e-9;  // days, about 86 microseconds
+    return date == std::floor(date) ? date + kTick : date;
+}
 
 }  // namespace
 
@@ -59,6 +107,7 @@ tagPRED_TYPE EngineLinkType(LinkType type) {
 
 std::vector<tagScheduleData> BuildRecords(const Project& project) {
     std::vector<tagScheduleData> records(project.tasks.size());
+    const std::vector<ULONG> priorities = EnginePriorities(project);
     for (size_t i = 0; i < project.tasks.size(); ++i) {
         const Task& task = project.tasks[i];
         tagScheduleData& r = records[i];
@@ -71,8 +120,9 @@ std::vector<tagScheduleData> BuildRecords(const Project& project) {
             SetText(r.tkParent.Value, project.tasks[size_t(task.parent)].id);
         }
         r.coConstraint = task.summary && !task.ownConstraint ? kNeutralConstraint : EngineConstraint(task.constraint);
-        r.dtConstraint = task.constraintDate;
-        r.dwPriority = task.summary && !task.ownPriority ? kNeutralPriority : task.priority;
+        const bool startLimit = task.constraint == Constraint::MSO || task.constraint == Constraint::SNET;
+        r.dtConstraint = startLimit ? StartLimit(task.constraintDate) : task.constraintDate;
+        r.dwPriority = priorities[i];
 
         if (!task.summary) {
             // One interval of work. With resources it is levelled on what

@@ -117,9 +117,16 @@ Ref<IVoRules> MakeRules(const Project& project, const Calendar& calendar) {
 Ref<IVoAvailability> MakeProfile(const Project& project, const Calendar& calendar, double units) {
     Ref<IVoRules> rules = MakeRules(project, calendar);
     auto profile = Create<IVoAvailability>(CLSID_VoAvailability, IID_IVoAvailability, "creating a calendar profile");
-    // Working time keeps the units the profile holds before its rules apply.
-    if (units != 1.0) Check(profile->AddPoint(0.0, units), "setting a resource's units");
     Check(profile->SetRules(rules.Get()), "giving a profile its calendar");
+    if (units != 1.0) {
+        // Rules keep, in working hours, the units the profile held before
+        // they applied; taking them from a source holding the resource's
+        // units throughout makes them the resource's. (A point written into
+        // the profile itself would not do: giving it rules clears it.)
+        auto constant = Create<IVoAvailability>(CLSID_VoAvailability, IID_IVoAvailability, "creating a calendar profile");
+        Check(constant->AddPoint(0.0, units), "setting a resource's units");
+        Check(profile->AddSource(constant.Get()), "setting a resource's units");
+    }
     return profile;
 }
 

@@ -1,5 +1,6 @@
 #include "generator.h"
 
+#include <algorithm>
 #include <random>
 #include <string>
 
@@ -40,10 +41,38 @@ nlohmann::json GenerateProject(size_t tasks, size_t resources, std::uint32_t see
                          {"name", "Task " + std::to_string(made + 1)},
                          {"duration", std::to_string(1 + pick(5)) + "d"}};
             json preds = json::array();
-            if (k > 0 && chance(0.7)) preds.push_back(gid + "." + std::to_string(k));
-            if (k == 0 && group > 0 && chance(0.3)) preds.push_back("G" + std::to_string(1 + pick(group)) + ".1");
+            // Mostly finish-start on the task before; now and then start-start
+            // with a lag of a few hours, or a second link two tasks back.
+            if (k > 0 && chance(0.7)) {
+                const std::string previous = gid + "." + std::to_string(k);
+                if (chance(0.2))
+                    preds.push_back({{"id", previous}, {"type", "SS"}, {"lag", std::to_string(2 + pick(6)) + "h"}});
+                else if (chance(0.2))
+                    preds.push_back({{"id", previous}, {"type", "FS"}, {"lag", "1d"}});
+                else
+                    preds.push_back(previous);
+            }
+            if (k > 1 && chance(0.1)) preds.push_back(gid + "." + std::to_string(k - 1));
+            // Groups lean on a group shortly before them, as phases of a
+            // project do; a link far back would tie the whole outline together.
+            if (k == 0 && group > 0 && chance(0.3)) {
+                const size_t back = 1 + pick(std::min<size_t>(group, 5));
+                preds.push_back("G" + std::to_string(group + 1 - back) + ".1");
+            }
             if (!preds.empty()) task["predecessors"] = std::move(preds);
-            if (resources > 0 && chance(0.8)) task["resources"] = {"R" + std::to_string(1 + pick(resources))};
+            // None, one or two resources, the second at half time and on the
+            // first one's calendar: resources that share a task must agree
+            // on its hours, which resources with other hours never do.
+            if (resources > 0 && chance(0.8)) {
+                const size_t first = pick(resources);
+                json assigned = json::array({"R" + std::to_string(first + 1)});
+                if (resources > 4 && chance(0.25)) {
+                    const size_t second = (first + 4 * (1 + pick((resources - 1) / 4))) % resources;
+                    if (second % 4 == first % 4 && second != first)
+                        assigned.push_back({{"id", "R" + std::to_string(second + 1)}, {"units", 0.5}});
+                }
+                task["resources"] = std::move(assigned);
+            }
             children.push_back(std::move(task));
         }
         if (!children.empty()) summary["children"] = std::move(children);

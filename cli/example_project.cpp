@@ -68,24 +68,24 @@ const char* const kExampleProject = R"json({
       {"id": "P2.3", "name": "Electrical rough-in", "duration": "4d", "resources": ["chen"],
        "predecessors": [{"id": "P2.2.1", "type": "SS", "lag": "2d"}]},
       {"id": "P2.4", "name": "Plumbing rough-in", "duration": "3d", "resources": ["eli"], "predecessors": ["P2.1"]},
-      {"id": "P2.5", "name": "Inspection", "duration": "1d", "resources": ["ana"], "predecessors": ["P2.3", "P2.4"],
-       "constraint": {"type": "snet", "date": "2026-05-04"}},
+      {"id": "P2.5", "name": "Inspection", "duration": "1d", "resources": ["ana"], "predecessors": ["P2.3", "P2.4"]},
       {"id": "P2.6", "name": "Drywall", "duration": "4d", "resources": ["crew"], "predecessors": ["P2.5"]},
       {"id": "P2.7", "name": "Prepare for painting", "duration": "2d", "resources": ["ben"],
        "predecessors": [{"id": "P2.6", "type": "FF"}]},
       {"id": "P2.8", "name": "Order the signs", "duration": "1d", "resources": ["chen"],
-       "predecessors": [{"id": "P2.3", "type": "SF"}]}
+       "predecessors": [{"id": "P3.1", "type": "SF"}]},
+      {"id": "P2.9", "name": "Council site visit", "duration": "2h", "resources": ["ana"],
+       "constraint": {"type": "snet", "date": "2026-05-18"}}
     ]},
     {"id": "P3", "name": "Fit-out", "children": [
       {"id": "P3.1", "name": "Flooring", "duration": "3d", "resources": ["crew"], "predecessors": ["P2.6"]},
       {"id": "P3.2", "name": "Painting", "duration": "4d", "resources": ["crew"], "predecessors": ["P2.7", "P3.1"]},
-      {"id": "P3.3", "name": "Furniture delivered", "duration": "0h", "predecessors": ["P3.1"],
+      {"id": "P3.3", "name": "Furniture delivered", "duration": "0h",
        "constraint": {"type": "fab", "date": "2026-06-30"}},
       {"id": "P3.4", "name": "Network and computers", "duration": "2d", "resources": ["chen"], "priority": 100,
        "predecessors": ["P3.3"]},
       {"id": "P3.5", "name": "Cleaning", "duration": "1d", "resources": ["eli"], "predecessors": ["P3.2"]},
-      {"id": "P3.6", "name": "Handover", "duration": "0h", "predecessors": ["P3.4", "P3.5"],
-       "constraint": {"type": "snlt", "date": "2026-07-31"}}
+      {"id": "P3.6", "name": "Handover", "duration": "0h", "predecessors": ["P3.4", "P3.5"]}
     ]},
     {"id": "P4", "name": "Close-out", "children": [
       {"id": "P4.1", "name": "Punch list", "duration": "2d", "resources": ["ana"], "predecessors": ["P3.6"]},

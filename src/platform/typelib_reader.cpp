@@ -126,7 +126,12 @@ TYPEDESC Reader::Type(INT dataType, int depth) {
     if (depth > kMaxTypeDepth) throw Damaged{};
     TYPEDESC desc{};
     if (dataType < 0) {
+        // A base type never needs more: the kinds that point elsewhere only
+        // come from the table.
         desc.vt = VARTYPE(dataType & VT_TYPEMASK);
+        if (desc.vt == VT_PTR || desc.vt == VT_SAFEARRAY || desc.vt == VT_CARRAY || desc.vt == VT_USERDEFINED) {
+            throw Damaged{};
+        }
         return desc;
     }
     const size_t at = In(kTypeDescSeg, dataType, 8);
@@ -399,9 +404,17 @@ void Reader::ReadImpls(TypeData& type, INT dataType1) {
 // dispatch view of every dual interface lists their members first, and
 // references to them resolve here instead of to a library on disk.
 void Reader::AddSystemInterfaces() {
+    // Pointers to the records of the system library (GUID, DISPPARAMS...)
+    // are described as pointers to nothing in particular.
     auto pointerTo = [this](VARTYPE vt) {
         TYPEDESC inner{};
         inner.vt = vt;
+        if (vt == VT_PTR) {
+            TYPEDESC target{};
+            target.vt = VT_VOID;
+            lib_.typeDescs.push_back(target);
+            inner.lptdesc = &lib_.typeDescs.back();
+        }
         lib_.typeDescs.push_back(inner);
         TYPEDESC desc{};
         desc.vt = VT_PTR;

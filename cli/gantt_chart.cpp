@@ -37,7 +37,7 @@ std::vector<std::string> TaskNotes(const ScheduleResult& result) {
         if (found == byId.end()) continue;
         std::string& note = notes[found->second];
         if (!note.empty()) note += '\n';
-        note += (m.error ? "error: " : "note: ") + m.text;
+        note += (m.error ? "error: " : "note: ") + Tidy(m.text);
     }
     return notes;
 }

@@ -43,7 +43,7 @@ path.grid{stroke:#eaeef2;fill:none}path.major{stroke:#d0d7de}
 .resource .base{stroke:#d0d7de}.offered{fill:#dafbe1}.limit{fill:none;stroke:#1a7f37;stroke-width:1.5}
 .taken{fill:#4a7fd4;fill-opacity:.85}.over{fill:#fb8f44}
 ul.messages{padding-left:20px;margin:0}ul.messages li{margin:2px 0}.error{color:#cf222e;font-weight:600}.note{color:#57606a}
-.messages .detail{display:block;color:#57606a}
+.messages .detail{display:block;color:#57606a;white-space:pre-line}
 )css";
 
 // Shared by both charts: the row stripes and the links' arrowhead.
@@ -99,8 +99,9 @@ void Messages(Markup& out, const ScheduleResult& result) {
     for (const MessageResult& m : result.messages) {
         out << "<li><span class=\"" << (m.error ? "error\">error" : "note\">note") << "</span> ";
         if (!m.taskId.empty()) out << "task " << Text{m.taskId} << " \xE2\x80\x9C" << Text{m.taskName} << "\xE2\x80\x9D: ";
-        out << Text{m.text};
-        if (!m.detail.empty() && m.detail != m.text) out << "<span class=\"detail\">" << Text{m.detail} << "</span>";
+        const std::string text = Tidy(m.text), detail = Tidy(m.detail);
+        out << Text{text};
+        if (!detail.empty() && detail != text) out << "<span class=\"detail\">" << Text{detail} << "</span>";
         out << "</li>";
     }
     out << "</ul>";

@@ -5,6 +5,15 @@
 
 namespace cli {
 
+std::string Tidy(std::string_view text) {
+    std::string out;
+    out.reserve(text.size());
+    for (const char c : text)
+        if (c != '\r') out.push_back(c);
+    while (!out.empty() && (out.back() == '\n' || out.back() == ' ' || out.back() == '\t')) out.pop_back();
+    return out;
+}
+
 Markup& Markup::operator<<(double number) {
     if (!std::isfinite(number)) number = 0;
     long long tenths = std::llround(number * 10);

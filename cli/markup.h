@@ -14,6 +14,9 @@ struct Text {
     std::string_view value;
 };
 
+// Engine texts end in line breaks and use CR LF; a page wants neither.
+std::string Tidy(std::string_view text);
+
 class Markup {
 public:
     Markup& operator<<(std::string_view raw) {

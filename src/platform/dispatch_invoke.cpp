@@ -4,9 +4,9 @@
 //
 // The member is found by id and kind in the interface view; each argument
 // (DISPPARAMS holds them last first, named ones at the front) is coerced
-// with VariantChangeType to its parameter's declared type, references are
-// passed through or bound to a temporary that is written back, and the
-// vtable slot is called through libffi with the platform's argument layout.
+// with VariantChangeType to its parameter's declared type, references of the
+// declared type are passed through, and the vtable slot is called through
+// libffi with the platform's argument layout.
 // A failing call becomes DISP_E_EXCEPTION with the object's error
 // information in the EXCEPINFO.
 #include <ffi.h>
@@ -70,15 +70,13 @@ VARTYPE Travel(const TypeInfoObject& info, const TYPEDESC& desc, int depth = 0) 
 }
 
 // One parameter's native argument: the value itself in `value` (whose
-// union holds the bytes), or a pointer in `pointer`; temporaries bound to a
-// VT_BYREF|VT_VARIANT argument are written back to `writeBack`.
+// union holds the bytes), or a pointer in `pointer`.
 struct Argument {
     VARIANT value{};
     void* pointer = nullptr;
     ffi_type* type = nullptr;
     void* address = nullptr;  // what libffi reads the argument from
-    VARIANT* writeBack = nullptr;
-    bool owned = false;  // value holds a copy to clear after the call
+    bool owned = false;       // value holds a copy to clear after the call
 };
 
 struct Call {
@@ -143,7 +141,11 @@ HRESULT Bind(const TypeInfoObject& view, const ELEMDESC& param, VARIANT* given, 
         out.owned = true;
         return S_OK;
     }
-    // A reference: [out] or [in, out].
+    // A reference: [out] or [in, out]. Passed through when the caller gives
+    // a reference of exactly the declared type. A value instead is copied to
+    // a temporary the callee may change and the caller never sees, as the
+    // platform does for arguments passed by value; any other reference,
+    // VT_BYREF|VT_VARIANT included, is a type mismatch there too.
     const VARTYPE target = Travel(view, *desc.lptdesc);
     out.type = &ffi_type_pointer;
     out.address = &out.pointer;
@@ -152,23 +154,17 @@ HRESULT Bind(const TypeInfoObject& view, const ELEMDESC& param, VARIANT* given, 
         out.pointer = given->byref;
         return S_OK;
     }
-    if (given->vt != (VT_BYREF | VT_VARIANT) || !given->pvarVal || !NativeType(target) || target == VT_VOID) {
+    if ((given->vt & VT_BYREF) || !NativeType(target) || target == VT_VOID || target == VT_VARIANT) {
         Fail(argError, index);
         return DISP_E_TYPEMISMATCH;
     }
-    // A variant by reference: the callee works on a temporary of its own
-    // type, filled from the variant for [in, out], written back after.
-    VARIANT* referenced = given->pvarVal;
-    if ((flags & PARAMFLAG_FIN) && referenced->vt != VT_EMPTY) {
-        if (FAILED(VariantChangeType(&out.value, referenced, 0, target))) {
-            Fail(argError, index);
-            return DISP_E_TYPEMISMATCH;
-        }
+    if ((flags & PARAMFLAG_FIN) && FAILED(VariantChangeType(&out.value, given, 0, target))) {
+        Fail(argError, index);
+        return DISP_E_TYPEMISMATCH;
     }
     out.value.vt = target;
     out.owned = true;
     out.pointer = &out.value.llVal;
-    out.writeBack = referenced;
     return S_OK;
 }
 
@@ -221,11 +217,12 @@ HRESULT Invoke(const TypeInfoObject& info, void* instance, MEMBERID memid, WORD 
     call.args.resize(declared);
     for (UINT k = 0; k < visible; ++k) {
         VARIANT* given = source[k] == none ? nullptr : &params->rgvarg[source[k]];
-        // An optional argument left out arrives as VT_ERROR / DISP_E_PARAMNOTFOUND.
-        if (given && given->vt == VT_ERROR && given->scode == DISP_E_PARAMNOTFOUND &&
-            !(func->params[k].paramdesc.wParamFlags & PARAMFLAG_FOPT)) {
-            given = nullptr;
-        }
+        const bool optional = func->params[k].paramdesc.wParamFlags & PARAMFLAG_FOPT;
+        // Too few arguments is a wrong count; a required one left out among
+        // named ones, or marked missing (VT_ERROR, DISP_E_PARAMNOTFOUND), is
+        // an argument that is not optional.
+        if (!given && !optional && named == 0) return DISP_E_BADPARAMCOUNT;
+        if (given && given->vt == VT_ERROR && given->scode == DISP_E_PARAMNOTFOUND && !optional) given = nullptr;
         const HRESULT hr = Bind(*view, func->params[k], given, source[k], argError, call.args[k]);
         if (FAILED(hr)) return hr;
     }
@@ -273,12 +270,6 @@ HRESULT Invoke(const TypeInfoObject& info, void* instance, MEMBERID memid, WORD 
     if (returns == VT_HRESULT && FAILED(returned.lVal)) {
         FillException(instance, view->Data().attr.guid, returned.lVal, exception);
         return DISP_E_EXCEPTION;
-    }
-    for (Argument& a : call.args) {
-        if (!a.writeBack) continue;
-        VariantClear(a.writeBack);
-        *a.writeBack = a.value;  // the temporary's contents move to the caller
-        a.owned = false;
     }
     if (result) {
         VariantInit(result);

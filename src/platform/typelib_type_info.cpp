@@ -170,6 +170,16 @@ HRESULT TypeInfoObject::GetIDsOfNames(LPOLESTR* rgszNames, UINT cNames, MEMBERID
         return DISP_E_UNKNOWNNAME;
     }
     pMemId[0] = func->desc.memid;
+    // Parameter names come from the interface view, where an [out, retval]
+    // parameter still has its name, as the platform answers.
+    if (type.partner >= 0 && type.attr.typekind == TKIND_DISPATCH) {
+        for (const FuncData& f : lib_.Data().types[size_t(type.partner)].funcs) {
+            if (f.desc.memid == func->desc.memid && f.desc.invkind == func->desc.invkind) {
+                func = &f;
+                break;
+            }
+        }
+    }
     HRESULT hr = S_OK;
     for (UINT i = 1; i < cNames; ++i) {
         bool found = false;

@@ -32,20 +32,7 @@ int RunCalendar(const CalendarArgs& args, std::ostream& out, std::ostream& err) 
 
         ComSession session;
         Ref<IVoAvailability> profile = MakeProfile(project, *project.FindCalendar(calendarName), units);
-        Ref<IUnknown> unknown;
-        HRESULT hr = profile->EnumPoints(*from, stop, unknown.Out());
-        Ref<IEnumAvPoints> points;
-        if (SUCCEEDED(hr)) hr = unknown->QueryInterface(IID_IEnumAvPoints, points.OutVoid());
-        if (FAILED(hr)) throw RunError("reading the calendar: " + ErrorText(hr));
-        std::vector<tagAVAILABILITYPOINT> all;
-        for (;;) {
-            tagAVAILABILITYPOINT chunk[64] = {};
-            ULONG fetched = 0;
-            hr = points->Next(64, chunk, &fetched);
-            if (FAILED(hr)) throw RunError("reading the calendar: " + ErrorText(hr));
-            all.insert(all.end(), chunk, chunk + std::min<ULONG>(fetched, 64));
-            if (hr != S_OK) break;
-        }
+        const std::vector<tagAVAILABILITYPOINT> all = ReadPoints(profile.Get(), *from, stop);
         // Each point's units hold up to the next point; print the stretches
         // with units, clipped to the asked range.
         double hours = 0;

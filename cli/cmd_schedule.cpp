@@ -6,6 +6,7 @@
 #include "commands.h"
 #include "engine_run.h"
 #include "example_project.h"
+#include "html_report.h"
 #include "json_output.h"
 #include "project_reader.h"
 #include "table_output.h"
@@ -53,14 +54,29 @@ private:
 
 int RunSchedule(const ScheduleArgs& args, std::ostream& out, std::ostream& err) {
     Stopwatch clock;
+    auto timing = [&](const char* stage) {
+        // Each stage as it ends, so a long run shows where it is.
+        const double seconds = clock.Lap();
+        if (args.timings) err << "timings: " << stage << ' ' << seconds << " s" << std::endl;
+    };
+    // Ctrl-C is caught from the start: during reading it stops before
+    // anything is scheduled, during the run it stops the scheduler; the
+    // files are then written whole from what was scheduled.
+    std::atomic<bool> stop{false};
+    CatchInterrupt(stop);
+    struct Release {
+        ~Release() { ReleaseInterrupt(); }
+    } release;
     try {
         const Project project = args.file.empty() ? ReadProjectText(kExampleProject, "(built-in example)")
                                                   : ReadProjectText(ReadFile(args.file), args.file);
-        const double readSeconds = clock.Lap();
+        timing("read");
+        if (stop) {
+            err << "ostrel: stopped by Ctrl-C before scheduling; nothing written\n";
+            return kExitInterrupted;
+        }
 
         ComSession session;
-        std::atomic<bool> stop{false};
-        CatchInterrupt(stop);
         RunOptions options;
         options.stop = &stop;
         ScheduleResult result;
@@ -70,8 +86,7 @@ int RunSchedule(const ScheduleArgs& args, std::ostream& out, std::ostream& err) 
                 options.progress = [&](unsigned long done, unsigned long total) { bar.Show(done, total); };
             result = Schedule(project, options);
         }
-        ReleaseInterrupt();
-        const double runSeconds = clock.Lap();
+        timing("schedule");
 
         if (!args.quiet) {
             WriteTable(out, result, WantsColour(stdout));
@@ -80,23 +95,24 @@ int RunSchedule(const ScheduleArgs& args, std::ostream& out, std::ostream& err) 
         WriteMessages(out, result);
         WriteSummary(out, result);
         out.flush();
-        const double showSeconds = clock.Lap();
+        timing("table");
 
-        if (!args.json.empty()) WriteJsonFile(args.json, ResultJson(result));
-        // The HTML report takes the same ScheduleResult: WriteHtmlReport(args.html, result).
-        const double writeSeconds = clock.Lap();
+        if (!args.json.empty()) {
+            WriteJsonFile(args.json, ResultJson(result));
+            timing("json");
+        }
+        if (!args.html.empty()) {
+            AddCalendars(project, ReportRange(result), result);
+            WriteHtmlFile(args.html, result);
+            timing("html");
+        }
 
-        if (args.timings)
-            err << "timings: read " << readSeconds << " s, schedule " << runSeconds << " s, table " << showSeconds
-                << " s, json " << writeSeconds << " s\n";
         if (result.interrupted) return kExitInterrupted;
         if (result.RunFailed()) return kExitBadInput;
         return result.Count(TaskStatus::Failed) + result.Count(TaskStatus::NotScheduled) ? kExitTasksFailed : kExitOk;
     } catch (const InputError& e) {
-        ReleaseInterrupt();
         err << e.what() << '\n';
     } catch (const RunError& e) {
-        ReleaseInterrupt();
         err << "ostrel: " << e.what() << '\n';
     }
     return kExitBadInput;

@@ -13,7 +13,7 @@ enum ExitCode { kExitOk = 0, kExitTasksFailed = 1, kExitBadInput = 2, kExitInter
 struct ScheduleArgs {
     std::string file;   // empty: the built-in example
     std::string json;   // --json OUT
-    std::string html;   // --html OUT, written by the report page when it exists
+    std::string html;   // --html OUT: the Gantt page
     bool timings = false;
     bool quiet = false;  // no table
 };

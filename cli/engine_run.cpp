@@ -72,7 +72,7 @@ void RollUp(const Project& project, ScheduleResult& result) {
     std::map<std::string, size_t> loadIndex;
     for (size_t i = 0; i < project.resources.size(); ++i) {
         const Resource& r = project.resources[i];
-        result.resources.push_back({r.id, r.name, r.units, 0, {}});
+        result.resources.push_back({r.id, r.name, r.units, 0, {}, {}});
         loadIndex[r.id] = i;
     }
     for (size_t i = 0; i < project.tasks.size(); ++i) {
@@ -89,7 +89,7 @@ void RollUp(const Project& project, ScheduleResult& result) {
             if (a.units != 1.0) t.resources += "×" + FormatNumber(a.units);
             if (!task.summary && t.hasDates) {
                 ResourceLoad& load = result.resources[loadIndex[a.resource]];
-                load.uses.push_back({task.id, t.start, t.finish, a.units, t.hours});
+                load.uses.push_back({i, task.id, t.start, t.finish, a.units, t.hours});
                 load.workHours += t.hours * a.units;
             }
         }
@@ -263,8 +263,57 @@ ScheduleResult Schedule(const Project& project, const RunOptions& options) {
     }
 
     point->Unadvise(adviseCookie);
+    for (size_t i = 0; i < project.tasks.size(); ++i)
+        for (const Link& link : project.tasks[i].predecessors) {
+            const auto from = byId.find(link.task);
+            if (from != byId.end()) result.links.push_back({from->second, i, link.type});
+        }
     RollUp(project, result);
     return result;
+}
+
+std::vector<tagAVAILABILITYPOINT> ReadPoints(IVoAvailability* profile, DATE from, DATE to) {
+    Ref<IUnknown> unknown;
+    Check(profile->EnumPoints(from, to, unknown.Out()), "reading a calendar");
+    Ref<IEnumAvPoints> points;
+    Check(unknown->QueryInterface(IID_IEnumAvPoints, points.OutVoid()), "reading a calendar");
+    std::vector<tagAVAILABILITYPOINT> all;
+    for (;;) {
+        tagAVAILABILITYPOINT chunk[256] = {};
+        ULONG fetched = 0;
+        const HRESULT hr = points->Next(256, chunk, &fetched);
+        Check(hr, "reading a calendar");
+        all.insert(all.end(), chunk, chunk + std::min<ULONG>(fetched, 256));
+        if (hr != S_OK) break;
+    }
+    return all;
+}
+
+void AddCalendars(const Project& project, Span range, ScheduleResult& result) {
+    // Resources share profiles the way the run shares them.
+    std::map<std::pair<std::string, double>, std::vector<std::pair<DATE, double>>> read;
+    auto offered = [&](const std::string& calendarName, double units) -> const std::vector<std::pair<DATE, double>>& {
+        const auto key = std::make_pair(calendarName, units);
+        auto found = read.find(key);
+        if (found != read.end()) return found->second;
+        Ref<IVoAvailability> profile = MakeProfile(project, *project.FindCalendar(calendarName), units);
+        std::vector<std::pair<DATE, double>> steps;
+        for (const tagAVAILABILITYPOINT& p : ReadPoints(profile.Get(), range.start, range.finish))
+            if (steps.empty() || steps.back().second != p.dblUnits) steps.emplace_back(p.dtDate, p.dblUnits);
+        return read.emplace(key, std::move(steps)).first->second;
+    };
+    const auto& project_steps = offered(project.calendar, 1.0);
+    result.workingTime.clear();
+    for (size_t i = 0; i < project_steps.size(); ++i) {
+        const DATE start = std::max(project_steps[i].first, range.start);
+        const DATE end = std::min(i + 1 < project_steps.size() ? project_steps[i + 1].first : range.finish, range.finish);
+        if (project_steps[i].second > 0 && end > start) result.workingTime.push_back({start, end});
+    }
+    for (size_t r = 0; r < project.resources.size() && r < result.resources.size(); ++r) {
+        const Resource& resource = project.resources[r];
+        result.resources[r].offered =
+            offered(resource.calendar.empty() ? project.calendar : resource.calendar, resource.units);
+    }
 }
 
 }  // namespace cli

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <functional>
 #include <stdexcept>
+#include <vector>
 
 #include "project.h"
 #include "results.h"
@@ -41,5 +42,11 @@ struct RunOptions {
 };
 
 ScheduleResult Schedule(const Project& project, const RunOptions& options = {});
+
+// A profile's points over [from, to): each point's units hold up to the next.
+std::vector<tagAVAILABILITYPOINT> ReadPoints(IVoAvailability* profile, DATE from, DATE to);
+// Reads the project calendar's working periods and each resource's offered
+// units over the range into the result, for reports that draw them.
+void AddCalendars(const Project& project, Span range, ScheduleResult& result);
 
 }  // namespace cli

@@ -1,10 +1,7 @@
 #include "json_output.h"
 
-#include <cstdio>
-#include <fstream>
-
 #include "dates.h"
-#include "engine_run.h"
+#include "output_file.h"
 
 namespace cli {
 
@@ -58,21 +55,7 @@ nlohmann::json ResultJson(const ScheduleResult& result) {
 }
 
 void WriteJsonFile(const std::string& fileName, const nlohmann::json& document) {
-    const std::string aside = fileName + ".part";
-    {
-        std::ofstream out(aside, std::ios::binary | std::ios::trunc);
-        if (!out) throw RunError("cannot write " + fileName);
-        out << document.dump(1) << '\n';
-        if (!out.flush()) {
-            out.close();
-            std::remove(aside.c_str());
-            throw RunError("cannot write " + fileName);
-        }
-    }
-    if (std::rename(aside.c_str(), fileName.c_str()) != 0) {
-        std::remove(aside.c_str());
-        throw RunError("cannot write " + fileName);
-    }
+    WriteFileWhole(fileName, document.dump(1) + '\n');
 }
 
 }  // namespace cli

@@ -17,9 +17,12 @@ int main(int argc, char** argv) {
     s->add_option("FILE", schedule.file, "Project file (JSON); without one, the built-in example")
         ->check(CLI::ExistingFile);
     s->add_option("--json", schedule.json, "Also write the results as JSON to this file");
-    s->add_flag("--timings", schedule.timings, "Print each stage's time to stderr");
+    s->add_option("--html", schedule.html,
+                  "Also write the Gantt page to this file: one self-contained HTML file with the tasks' bars, "
+                  "links and resource loads");
+    s->add_flag("--timings", schedule.timings, "Print each stage's time to stderr as it ends");
     s->add_flag("-q,--quiet", schedule.quiet, "Leave out the table; print messages and the summary only");
-    s->footer("Example:\n  ostrel schedule plan.json --json out.json --timings");
+    s->footer("Example:\n  ostrel schedule plan.json --json out.json --html plan.html --timings");
 
     cli::CalendarArgs calendar;
     auto* c = app.add_subcommand("calendar", "List the working periods of a calendar");

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "project.h"
+
 namespace cli {
 
 enum class TaskStatus { Scheduled, Fixed, Failed, NotScheduled, Summary };
@@ -37,6 +39,7 @@ struct MessageResult {
 };
 
 struct ResourceUse {
+    size_t task = 0;  // index into ScheduleResult::tasks
     std::string taskId;
     DATE start = 0, finish = 0;
     double units = 0, hours = 0;
@@ -47,6 +50,15 @@ struct ResourceLoad {
     double units = 1;       // what the resource offers
     double workHours = 0;   // assigned work: hours × units over its tasks
     std::vector<ResourceUse> uses;
+    // The units the resource offers from each point to the next, over the
+    // report's range; filled by AddCalendars for reports that draw it.
+    std::vector<std::pair<DATE, double>> offered;
+};
+
+// A link between two tasks, by index into ScheduleResult::tasks.
+struct Dependency {
+    size_t from = 0, to = 0;  // predecessor, successor
+    LinkType type = LinkType::FS;
 };
 
 struct ScheduleResult {
@@ -58,6 +70,10 @@ struct ScheduleResult {
     std::vector<TaskResult> tasks;
     std::vector<MessageResult> messages;
     std::vector<ResourceLoad> resources;
+    std::vector<Dependency> links;
+    // The project calendar's working periods over the report's range, in
+    // order; filled by AddCalendars like ResourceLoad::offered.
+    std::vector<Span> workingTime;
 
     bool RunFailed() const { return (runFlags & srFail) != 0; }
     size_t Count(TaskStatus status) const {

@@ -12,7 +12,7 @@ mode=normal
 [ "${1:-}" = "--sanitize" ] && mode=sanitize
 jobs=$(nproc 2>/dev/null || echo 2)
 
-packages=(cmake g++ make pkgconf libgtest-dev libbenchmark-dev libmuparser-dev mingw-w64-tools libwine-dev libcli11-dev nlohmann-json3-dev)
+packages=(cmake g++ make pkgconf libgtest-dev libbenchmark-dev libmuparser-dev mingw-w64-tools libwine-dev libffi-dev libcli11-dev nlohmann-json3-dev chromium)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

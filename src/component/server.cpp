@@ -1,9 +1,12 @@
 // The library's exported entry points for the component runtime.
 #include <Ostrel.h>
 
+#include <string>
+
 #include "component/class_factory.h"
 #include "component/class_table.h"
 #include "component/module_state.h"
+#include "component/self_registration.h"
 
 using namespace ostrel;
 
@@ -18,3 +21,29 @@ STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv) {
 }
 
 STDAPI DllCanUnloadNow() { return ModuleLockCount() == 0 ? S_OK : S_FALSE; }
+
+// Registers every class from the library's own scripts, then the type
+// library from the library's own file. The first failure ends it.
+STDAPI DllRegisterServer() {
+    HMODULE module = nullptr;
+    std::u16string path;
+    HRESULT hr = OwnModule(module, path);
+    if (FAILED(hr)) return hr;
+    hr = RunClassScripts(
+        ClassTable(), [module](unsigned id, std::u16string& script) { return ModuleScript(module, id, script); }, path,
+        true);
+    if (FAILED(hr)) return hr;
+    return RegisterTypeLibraryOf(path);
+}
+
+// Removes what registration made, as far as it can; never fails.
+STDAPI DllUnregisterServer() {
+    HMODULE module = nullptr;
+    std::u16string path;
+    if (FAILED(OwnModule(module, path))) return S_OK;
+    RunClassScripts(
+        ClassTable(), [module](unsigned id, std::u16string& script) { return ModuleScript(module, id, script); }, path,
+        false);
+    UnregisterTypeLibraryOf(path);
+    return S_OK;
+}

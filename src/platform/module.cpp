@@ -9,6 +9,7 @@
 // given.
 #include <dlfcn.h>
 #include <link.h>
+#include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -80,6 +81,25 @@ std::string WithDefaultExtension(std::string name) {
     if (name.back() == '.') name.pop_back();
     else if (name.find('.') == std::string::npos) name += ".dll";
     return name;
+}
+
+// The platform's system modules: on Linux their functions are this
+// library's own exports, so their names load this library, and
+// GetProcAddress(LoadLibraryExA("oleaut32.dll"), ...) finds the functions a
+// caller looks up at run time.
+bool IsSystemModule(const std::string& name) {
+    for (const char* system : {"kernel32.dll", "advapi32.dll", "user32.dll", "ole32.dll", "oleaut32.dll"}) {
+        if (strcasecmp(name.c_str(), system) == 0) return true;
+    }
+    return false;
+}
+
+std::string PlatformLibraryPath() {
+    Dl_info info{};
+    if (!dladdr(reinterpret_cast<void*>(&LoadLibraryExA), &info) || !info.dli_fname) return std::string();
+    std::error_code error;
+    fs::path library = fs::canonical(info.dli_fname, error);
+    return error ? std::string() : library.string();
 }
 
 // The path of a module with this file name that is already loaded: the
@@ -193,8 +213,12 @@ HMODULE Load(const char* fileName, DWORD flags) {
         if (IsFile(fileName)) path = fileName;
     } else {
         const std::string name = WithDefaultExtension(fileName);
-        path = LoadedPath(name);
-        if (path.empty()) path = Search(name);
+        if (IsSystemModule(name)) {
+            path = PlatformLibraryPath();
+        } else {
+            path = LoadedPath(name);
+            if (path.empty()) path = Search(name);
+        }
     }
     if (path.empty()) {
         SetLastError(ERROR_MOD_NOT_FOUND);
@@ -305,6 +329,37 @@ FARPROC WINAPI GetProcAddress(HMODULE hModule, LPCSTR lpProcName) {
     void* symbol = OwnSymbol(library, lpProcName);
     if (!symbol) SetLastError(ERROR_PROC_NOT_FOUND);
     return reinterpret_cast<FARPROC>(symbol);
+}
+
+// A module loaded already, by file name (no reference is taken). The system
+// modules count as loaded, as they are on the platform: the first request
+// loads this library once for good. A null name answers null, which every
+// function here takes as the executable.
+HMODULE WINAPI GetModuleHandleW(LPCWSTR lpModuleName) {
+    if (!lpModuleName) return nullptr;
+    try {
+        std::string name;
+        for (; *lpModuleName; ++lpModuleName) name += *lpModuleName < 0x80 ? char(*lpModuleName) : '?';
+        if (name.empty() || name.find('/') != std::string::npos) {
+            SetLastError(ERROR_MOD_NOT_FOUND);
+            return nullptr;
+        }
+        name = WithDefaultExtension(name);
+        if (IsSystemModule(name)) {
+            static const HMODULE platform = Load(PlatformLibraryPath().c_str(), 0);
+            if (!platform) SetLastError(ERROR_MOD_NOT_FOUND);
+            return platform;
+        }
+        std::lock_guard<std::mutex> lock(modulesMutex);
+        for (const Module& m : Modules()) {
+            if (strcasecmp(fs::path(m.path).filename().c_str(), name.c_str()) == 0) return HMODULE(m.library);
+        }
+        SetLastError(ERROR_MOD_NOT_FOUND);
+        return nullptr;
+    } catch (const std::bad_alloc&) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
 }
 
 BOOL WINAPI GetModuleHandleExW(DWORD dwFlags, LPCWSTR lpModuleName, HMODULE* phModule) {

@@ -22,9 +22,27 @@ OSTREL_PLATFORM_FN void WINAPI SysFreeString(BSTR bstrString);
 OSTREL_PLATFORM_FN UINT WINAPI SysStringLen(BSTR pbstr);
 OSTREL_PLATFORM_FN UINT WINAPI SysStringByteLen(BSTR bstr);
 
-// Type libraries registered under their identifier and version.
+// Type libraries: read from a .tlb file or from a module's TYPELIB resource
+// (a "\\N" suffix on the module's path selects resource N), and registered
+// under HKEY_CLASSES_ROOT\TypeLib by identifier and version.
+typedef enum tagREGKIND { REGKIND_DEFAULT = 0, REGKIND_REGISTER, REGKIND_NONE } REGKIND;
+OSTREL_PLATFORM_FN HRESULT WINAPI LoadTypeLib(LPCOLESTR szFile, ITypeLib** pptlib);
+OSTREL_PLATFORM_FN HRESULT WINAPI LoadTypeLibEx(LPCOLESTR szFile, REGKIND regkind, ITypeLib** pptlib);
 OSTREL_PLATFORM_FN HRESULT WINAPI LoadRegTypeLib(REFGUID rguid, WORD wVerMajor, WORD wVerMinor, LCID lcid,
                                                  ITypeLib** pptlib);
+OSTREL_PLATFORM_FN HRESULT WINAPI QueryPathOfRegTypeLib(REFGUID guid, USHORT wMaj, USHORT wMin, LCID lcid,
+                                                        BSTR* lpbstrPathName);
+OSTREL_PLATFORM_FN HRESULT WINAPI RegisterTypeLib(ITypeLib* ptlib, LPCOLESTR szFullPath, LPCOLESTR szHelpDir);
+OSTREL_PLATFORM_FN HRESULT WINAPI UnRegisterTypeLib(REFGUID libID, WORD wVerMajor, WORD wVerMinor, LCID lcid,
+                                                    SYSKIND syskind);
+
+// Late binding through type information: what a dual interface's
+// IDispatch half forwards to.
+OSTREL_PLATFORM_FN HRESULT WINAPI DispGetIDsOfNames(ITypeInfo* ptinfo, LPOLESTR* rgszNames, UINT cNames,
+                                                    DISPID* rgdispid);
+OSTREL_PLATFORM_FN HRESULT WINAPI DispInvoke(void* _this, ITypeInfo* ptinfo, DISPID dispidMember, WORD wFlags,
+                                             DISPPARAMS* pparams, VARIANT* pvarResult, EXCEPINFO* pexcepinfo,
+                                             UINT* puArgErr);
 
 OSTREL_PLATFORM_FN void WINAPI VariantInit(VARIANTARG* pvarg);
 OSTREL_PLATFORM_FN HRESULT WINAPI VariantClear(VARIANTARG* pvarg);

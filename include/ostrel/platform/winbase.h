@@ -62,6 +62,10 @@ OSTREL_PLATFORM_FN FARPROC WINAPI GetProcAddress(HMODULE hModule, LPCSTR lpProcN
 OSTREL_PLATFORM_FN DWORD WINAPI GetModuleFileNameA(HMODULE hModule, LPSTR lpFilename, DWORD nSize);
 OSTREL_PLATFORM_FN DWORD WINAPI GetModuleFileNameW(HMODULE hModule, LPWSTR lpFilename, DWORD nSize);
 
+// A loaded module by file name; the system modules (kernel32.dll,
+// oleaut32.dll, ...) are the platform library itself.
+OSTREL_PLATFORM_FN HMODULE WINAPI GetModuleHandleW(LPCWSTR lpModuleName);
+
 #define GET_MODULE_HANDLE_EX_FLAG_PIN 0x00000001
 #define GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT 0x00000002
 #define GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS 0x00000004

@@ -1,0 +1,77 @@
+// The registration loop on its own, with scripts handed in: registration
+// stops at the first script that fails and leaves later classes alone,
+// unregistration carries on past failures.
+#include "component/self_registration.h"
+
+#include <windows.h>
+
+#include <string>
+
+#include "test_support.h"
+
+namespace {
+
+using ostrel::ClassEntry;
+
+HRESULT NoCreate(IUnknown*, REFIID, void** ppv) {
+    *ppv = nullptr;
+    return E_NOTIMPL;
+}
+
+// Any four identifiers serve as classes here.
+const ClassEntry kClasses[] = {{&IID_IUnknown, NoCreate},
+                               {&IID_IDispatch, NoCreate},
+                               {&IID_IClassFactory, NoCreate},
+                               {&IID_ITypeLib, NoCreate}};
+
+// One key per class, named after its resource number; the third script
+// does not parse, and asking for a fifth is a fault of the loop.
+HRESULT Scripts(unsigned id, std::u16string& script) {
+    if (id == 103) script = u"HKCR { 'Broken = s";
+    else if (id >= 101 && id <= 104) script = u"HKCR { 'Class" + std::u16string(1, char16_t(u'0' + id - 100)) +
+                                              u"' = s '%MODULE%' { val Id = s '%CLSID%' } }";
+    else return E_UNEXPECTED;
+    return S_OK;
+}
+
+bool Exists(const char16_t* key) {
+    HKEY handle = nullptr;
+    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, key, 0, KEY_READ, &handle) != ERROR_SUCCESS) return false;
+    RegCloseKey(handle);
+    return true;
+}
+
+TEST(SelfRegistration, StopsAtTheFirstFailureAndUnregistersPastIt) {
+    RegDeleteTreeW(HKEY_CLASSES_ROOT, nullptr);
+    EXPECT_HR(HRESULT_FROM_WIN32(ERROR_INVALID_DATA),
+              ostrel::RunClassScripts(kClasses, Scripts, u"/opt/o'strel/libOstrel.so", true));
+    EXPECT_TRUE(Exists(u"Class1"));
+    EXPECT_TRUE(Exists(u"Class2"));
+    EXPECT_FALSE(Exists(u"Class4"));  // after the failing third
+
+    // %MODULE% arrives whole, quote and all; %CLSID% is each class's own.
+    HKEY key = nullptr;
+    ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(HKEY_CLASSES_ROOT, u"Class2", 0, KEY_READ, &key));
+    OLECHAR text[64] = {};
+    DWORD size = sizeof text;
+    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExW(key, nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(text), &size));
+    EXPECT_EQ(test::Utf8(text), "/opt/o'strel/libOstrel.so");
+    size = sizeof text;
+    EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExW(key, u"Id", nullptr, nullptr, reinterpret_cast<BYTE*>(text), &size));
+    RegCloseKey(key);
+    CLSID id = GUID_NULL;
+    EXPECT_HR(S_OK, CLSIDFromString(text, &id));
+    EXPECT_TRUE(IsEqualGUID(id, IID_IDispatch));
+
+    // Register through a source that fails outright: its failure, nothing else.
+    auto failing = [](unsigned, std::u16string&) { return HRESULT_FROM_WIN32(ERROR_RESOURCE_NAME_NOT_FOUND); };
+    EXPECT_HR(HRESULT_FROM_WIN32(ERROR_RESOURCE_NAME_NOT_FOUND), ostrel::RunClassScripts(kClasses, failing, u"", true));
+
+    // Unregistering passes over the broken script and the missing key.
+    RegDeleteKeyW(HKEY_CLASSES_ROOT, u"Class1");
+    EXPECT_HR(S_OK, ostrel::RunClassScripts(kClasses, Scripts, u"/opt/o'strel/libOstrel.so", false));
+    EXPECT_FALSE(Exists(u"Class2"));
+    EXPECT_HR(S_OK, ostrel::RunClassScripts(kClasses, failing, u"", false));
+}
+
+}  // namespace

@@ -1,0 +1,163 @@
+// RegisterTypeLib, UnRegisterTypeLib and LoadRegTypeLib with the built type
+// library: the keys the platform writes, its version rule, and its codes.
+#define INITGUID  // the identifiers this test compares with, defined here
+#include <Ostrel.h>
+
+#include <string>
+
+#include "test_support.h"
+
+namespace {
+
+std::u16string Wide(const std::string& s) { return std::u16string(s.begin(), s.end()); }
+const std::u16string kV2 = Wide(OSTREL_TYPELIB_FILE);
+const std::u16string kV1 = Wide(OSTREL_TYPELIB_V1_FILE);
+const std::u16string kLib = u"TypeLib\\{82E2242C-FCC0-4C2E-AB32-0060A2BD3CA9}";
+const std::u16string kRules = u"Interface\\{D2396346-EAC5-44D3-A802-8BDA45FB03FF}";
+
+// A key's string value, or "<none>" when the key or value is missing.
+std::string Value(const std::u16string& key, const OLECHAR* name = nullptr) {
+    HKEY k = nullptr;
+    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, key.c_str(), 0, KEY_READ, &k) != ERROR_SUCCESS) return "<none>";
+    OLECHAR buffer[512] = {};
+    DWORD size = sizeof buffer, type = 0;
+    const LSTATUS status = RegQueryValueExW(k, name, nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size);
+    RegCloseKey(k);
+    return status == ERROR_SUCCESS ? test::Utf8(buffer) : "<none>";
+}
+
+bool KeyExists(const std::u16string& key) {
+    HKEY k = nullptr;
+    if (RegOpenKeyExW(HKEY_CLASSES_ROOT, key.c_str(), 0, KEY_READ, &k) != ERROR_SUCCESS) return false;
+    RegCloseKey(k);
+    return true;
+}
+
+HRESULT Register(const std::u16string& file, const OLECHAR* helpDir) {
+    ITypeLib* lib = nullptr;
+    HRESULT hr = LoadTypeLibEx(file.c_str(), REGKIND_NONE, &lib);
+    if (FAILED(hr)) return hr;
+    hr = RegisterTypeLib(lib, file.c_str(), helpDir);
+    lib->Release();
+    return hr;
+}
+
+// The version a request is answered with, "-" when none.
+std::string Loaded(WORD major, WORD minor) {
+    ITypeLib* lib = nullptr;
+    if (FAILED(LoadRegTypeLib(LIBID_OSTRELLib, major, minor, 0x409, &lib))) return "-";
+    TLIBATTR* attr = nullptr;
+    lib->GetLibAttr(&attr);
+    const std::string version = std::to_string(attr->wMajorVerNum) + "." + std::to_string(attr->wMinorVerNum);
+    lib->ReleaseTLibAttr(attr);
+    lib->Release();
+    return version;
+}
+
+class TypeLibRegistration : public ::testing::Test {
+protected:
+    void TearDown() override {
+        RegDeleteTreeW(HKEY_CLASSES_ROOT, kLib.c_str());
+        RegDeleteTreeW(HKEY_CLASSES_ROOT, kRules.c_str());
+    }
+};
+
+TEST_F(TypeLibRegistration, WritesThePlatformsKeys) {
+    ASSERT_HR(S_OK, Register(kV2, u"/opt/help"));
+    EXPECT_EQ(Value(kLib + u"\\2.0"), "Marrowby Type Library 2.0");
+    EXPECT_EQ(Value(kLib + u"\\2.0\\409\\win64"), OSTREL_TYPELIB_FILE);
+    EXPECT_EQ(Value(kLib + u"\\2.0\\FLAGS"), "0");
+    EXPECT_EQ(Value(kLib + u"\\2.0\\HELPDIR"), "/opt/help");
+    EXPECT_EQ(Value(kRules), "IVoRules");
+    EXPECT_EQ(Value(kRules + u"\\ProxyStubClsid32"), "{00020424-0000-0000-C000-000000000046}");
+    EXPECT_EQ(Value(kRules + u"\\ProxyStubClsid"), "{00020424-0000-0000-C000-000000000046}");
+    EXPECT_EQ(Value(kRules + u"\\TypeLib"), "{82E2242C-FCC0-4C2E-AB32-0060A2BD3CA9}");
+    EXPECT_EQ(Value(kRules + u"\\TypeLib", u"Version"), "2.0");
+    // Only interfaces automation can marshal: not the custom lock interface.
+    EXPECT_FALSE(KeyExists(u"Interface\\{E9B6496D-52C4-4D26-934E-78C9FCF35045}"));
+    EXPECT_FALSE(KeyExists(u"Interface\\{F88C6032-DE4C-43FD-A462-D47CE8083953}"));
+
+    // Without a help folder, the file's own folder is recorded.
+    ASSERT_HR(S_OK, Register(kV1, nullptr));
+    const std::string v1 = OSTREL_TYPELIB_V1_FILE;
+    EXPECT_EQ(Value(kLib + u"\\1.0\\HELPDIR"), v1.substr(0, v1.rfind('/')));
+    EXPECT_EQ(Value(kRules + u"\\TypeLib", u"Version"), "1.0");  // the last registration owns it
+
+    EXPECT_HR(E_INVALIDARG, RegisterTypeLib(nullptr, kV2.c_str(), nullptr));
+}
+
+// Same major version, at least the minor asked for; none of another major.
+TEST_F(TypeLibRegistration, LoadRegTypeLibFollowsTheVersionRule) {
+    EXPECT_EQ(Loaded(1, 0), "-");
+    ITypeLib* lib = reinterpret_cast<ITypeLib*>(1);
+    EXPECT_HR(TYPE_E_LIBNOTREGISTERED, LoadRegTypeLib(LIBID_OSTRELLib, 1, 0, 0x409, &lib));
+    EXPECT_EQ(lib, nullptr);
+    ASSERT_HR(S_OK, Register(kV2, nullptr));
+    struct {
+        WORD major, minor;
+        const char* expected;
+    } rows[] = {{1, 0, "-"}, {2, 0, "2.0"}, {2, 1, "-"}, {3, 0, "-"}, {0, 0, "-"}};
+    for (const auto& row : rows) EXPECT_EQ(Loaded(row.major, row.minor), row.expected) << row.major << "." << row.minor;
+    ASSERT_HR(S_OK, Register(kV1, nullptr));
+    EXPECT_EQ(Loaded(1, 0), "1.0");
+    EXPECT_EQ(Loaded(2, 0), "2.0");
+
+    // A higher minor version answers a request for a lower one, and the
+    // highest of several wins; a neutral or other locale falls back too.
+    HKEY key = nullptr;
+    ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(HKEY_CLASSES_ROOT, (kLib + u"\\1.a\\0\\win64").c_str(), 0, nullptr, 0,
+                                             KEY_ALL_ACCESS, nullptr, &key, nullptr));
+    RegSetValueExW(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(kV2.c_str()),
+                   DWORD((kV2.size() + 1) * sizeof(OLECHAR)));
+    RegCloseKey(key);
+    EXPECT_EQ(Loaded(1, 0), "2.0");  // 1.a names the 2.0 file: the path decides what loads
+    EXPECT_EQ(Loaded(1, 0xB), "-");
+    BSTR path = nullptr;
+    ASSERT_HR(S_OK, QueryPathOfRegTypeLib(LIBID_OSTRELLib, 1, 0, 0x407, &path));
+    EXPECT_EQ(test::Utf8(path), OSTREL_TYPELIB_FILE);
+    SysFreeString(path);
+    EXPECT_HR(TYPE_E_LIBNOTREGISTERED, QueryPathOfRegTypeLib(IID_IVoRules, 1, 0, 0x409, &path));
+
+    // A registration whose file is gone fails as the load does.
+    ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(HKEY_CLASSES_ROOT, (kLib + u"\\5.0\\409\\win64").c_str(), 0, nullptr,
+                                             0, KEY_ALL_ACCESS, nullptr, &key, nullptr));
+    RegSetValueExW(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(u"/gone.tlb"), 20);
+    RegCloseKey(key);
+    EXPECT_HR(TYPE_E_CANTLOADLIBRARY, LoadRegTypeLib(LIBID_OSTRELLib, 5, 0, 0x409, &lib));
+}
+
+TEST_F(TypeLibRegistration, UnregisterRemovesWhatRegisterWrote) {
+    ASSERT_HR(S_OK, Register(kV1, nullptr));
+    ASSERT_HR(S_OK, Register(kV2, nullptr));
+    // 2.0 owns the interface keys now; taking 1.0 away leaves them.
+    ASSERT_HR(S_OK, UnRegisterTypeLib(LIBID_OSTRELLib, 1, 0, 0x409, SYS_WIN64));
+    EXPECT_FALSE(KeyExists(kLib + u"\\1.0"));
+    EXPECT_EQ(Value(kRules + u"\\TypeLib", u"Version"), "2.0");
+    EXPECT_EQ(Loaded(2, 0), "2.0");
+    ASSERT_HR(S_OK, UnRegisterTypeLib(LIBID_OSTRELLib, 2, 0, 0x409, SYS_WIN64));
+    EXPECT_FALSE(KeyExists(kLib));
+    EXPECT_FALSE(KeyExists(kRules));
+    EXPECT_TRUE(KeyExists(u"Interface"));
+    EXPECT_HR(E_INVALIDARG, UnRegisterTypeLib(LIBID_OSTRELLib, 2, 0, 0x409, SYS_WIN64));
+
+    // Unregistering another locale or system kind leaves the entry alone.
+    ASSERT_HR(S_OK, Register(kV2, nullptr));
+    EXPECT_HR(E_INVALIDARG, UnRegisterTypeLib(LIBID_OSTRELLib, 2, 0, 0x407, SYS_WIN64));
+    EXPECT_HR(E_INVALIDARG, UnRegisterTypeLib(LIBID_OSTRELLib, 2, 0, 0x409, SYS_WIN32));
+    EXPECT_EQ(Loaded(2, 0), "2.0");
+}
+
+// REGKIND_REGISTER registers; the default registers only a library named
+// without its full path.
+TEST_F(TypeLibRegistration, LoadTypeLibExRegistersAsAsked) {
+    ITypeLib* lib = nullptr;
+    ASSERT_HR(S_OK, LoadTypeLib(kV2.c_str(), &lib));
+    lib->Release();
+    EXPECT_FALSE(KeyExists(kLib));
+    ASSERT_HR(S_OK, LoadTypeLibEx(kV2.c_str(), REGKIND_REGISTER, &lib));
+    lib->Release();
+    EXPECT_EQ(Value(kLib + u"\\2.0\\409\\win64"), OSTREL_TYPELIB_FILE);
+    EXPECT_HR(E_INVALIDARG, LoadTypeLibEx(kV2.c_str(), REGKIND(7), &lib));
+}
+
+}  // namespace

@@ -176,9 +176,10 @@ bool TVoAvailability::PlaceForward(DATE dtStart, DATE dtEnd, double duration, do
         // one that took its place.
         DATE d = p->first;
         for (;;) {
-            const bool extended = EnsurePrepared(d);
+            // Nothing prepared, nothing moved: p is still the point at d.
+            if (!EnsurePrepared(d)) break;
             p = points.LowerBound(d);
-            if (p == points.end() || p->first >= dtEnd || !extended) break;
+            if (p == points.end() || p->first >= dtEnd) break;
             if (p->first > d) {
                 d = p->first;
                 continue;

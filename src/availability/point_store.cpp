@@ -33,18 +33,37 @@ void SetTimeSpan(PointStore& store, DATE start, DATE stop, double units) {
 
     // The units in force at stop before the change survive from stop on.
     const double stopUnits = store.Floor(stop)->second.dblUnits;
-    for (auto it = store.LowerBound(start); it != store.end() && it->first <= stop;) it = store.Erase(it);
+    auto first = store.LowerBound(start);
+    const bool pointBefore = first != store.begin();
+    auto beyond = first;
+    while (beyond != store.end() && beyond->first <= stop) ++beyond;
 
-    if (store.Empty()) {
-        // The span covered every point: its units now hold without end.
-        store.Put(start, units);
-        return;
+    // What [start, stop] holds afterwards. When the span covers every point
+    // its units hold without end, so there is no point at stop; otherwise no
+    // point repeats the units of the one before it.
+    const bool coversAll = !pointBefore && beyond == store.end();
+    const bool startPoint = coversAll || !pointBefore || std::prev(first)->second.dblUnits != units;
+    const bool stopPoint = !coversAll && stopUnits != units;
+
+    // Points already at start or stop are rewritten in place and the rest
+    // of the span is erased: a profile copied in day by day would otherwise
+    // erase and insert the same point once per span.
+    bool startWritten = false, stopWritten = false;
+    for (auto it = first; it != beyond;) {
+        if (it->first == start && startPoint) {
+            it->second = tagAVAILABILITYPOINT{start, units, 0};
+            startWritten = true;
+            ++it;
+        } else if (it->first == stop && stopPoint) {
+            it->second = tagAVAILABILITYPOINT{stop, stopUnits, 0};
+            stopWritten = true;
+            ++it;
+        } else {
+            it = store.Erase(it);
+        }
     }
-    if (stopUnits != units) store.Put(stop, stopUnits);
-    // With no point before start there is nothing to join with, so the span
-    // gets its own point.
-    auto after = store.LowerBound(start);
-    if (after == store.begin() || std::prev(after)->second.dblUnits != units) store.Put(start, units);
+    if (startPoint && !startWritten) store.Put(start, units);
+    if (stopPoint && !stopWritten) store.Put(stop, stopUnits);
 }
 
 void MaskSpan(PointStore& store, DATE start, DATE stop, double units) {

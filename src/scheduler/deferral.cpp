@@ -33,6 +33,13 @@ tagScheduleData& TVoScheduler::IndexedTask(task_key& key) {
     return *found->second;
 }
 
+// The successor network looked every entry up in the key index, in entry
+// order; the walks reuse what it found rather than searching again.
+tagScheduleData& TVoScheduler::PredecessorOf(tagScheduleData& task, ULONG entry) {
+    const std::vector<tagScheduleData*>& found = StateOf(task).predecessors;
+    return entry < found.size() ? *found[entry] : IndexedTask(task.psp[entry].tkPred);
+}
+
 void TVoScheduler::Visit(tagScheduleData& task) {
     if (!visited_.insert(&task).second) {
         ECircularPredecessorRelation cycle(OLESTR(""));
@@ -126,7 +133,7 @@ bool TVoScheduler::MustDefer(tagScheduleData& task, DateBounds& bounds) {
         tagScheduleData* walking = &task;
         for (ULONG p = 0; p < PredecessorCount(*walking);) {
             tagSchedulePredecessor& entry = walking->psp[p];
-            tagScheduleData& predecessor = IndexedTask(entry.tkPred);
+            tagScheduleData& predecessor = PredecessorOf(*walking, p);
             Visit(predecessor);
             if (IsScheduled(predecessor)) {
                 // Deliberate: a failed predecessor is met again on the same

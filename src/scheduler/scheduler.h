@@ -119,6 +119,7 @@ private:
     void MarkScheduled(tagScheduleData& task);
     void Visit(tagScheduleData& task);
     tagScheduleData& IndexedTask(task_key& key);
+    tagScheduleData& PredecessorOf(tagScheduleData& task, ULONG entry);
     TaskState& StateOf(const tagScheduleData& task);
 
     // Placing the intervals and allocating resources (placement.cpp,

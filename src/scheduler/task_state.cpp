@@ -8,7 +8,7 @@ TaskState& TaskStates::Add(tagScheduleData& task, ULONG setIndex) {
     // dwInternal holds 32 bits; the state count must stay below them.
     if (states_.size() >= 0xFFFFFFFFu) throw HRESULT(E_OUTOFMEMORY);
     task.dwInternal = ULONG(states_.size());
-    return states_.emplace_back(TaskState{&task, setIndex, 0.0, {}});
+    return states_.emplace_back(TaskState{&task, setIndex, 0.0, {}, {}, false});
 }
 
 const TaskState* TaskStates::Of(const tagScheduleData& task) const {

@@ -28,7 +28,8 @@ struct TaskState {
     ULONG setIndex;            // position of the task's set among the sets
     double largestAssignment;  // units; at least 0.0
     std::vector<SuccessorLink> successors;
-    // The tasks whose successor links name this one, one entry per link.
+    // The task each predecessor entry names, in entry order: the tasks whose
+    // successor links name this one.
     std::vector<tagScheduleData*> predecessors;
     // A blocking search from this task found nothing, and nothing it could
     // reach has been given dates since (see TVoScheduler::BlockingTask).

@@ -4,6 +4,7 @@
 #include <Ostrel.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -82,7 +83,7 @@ HMODULE Library() {
     return library;
 }
 
-TEST(Resources, AreTheSourcesFilesAndTheProjectName) {
+TEST(Resources, AreTheSourceFilesAndASelfRegisteringVersionBlock) {
     ASSERT_NE(Library(), nullptr);
     struct {
         const OLECHAR* type;
@@ -109,6 +110,15 @@ TEST(Resources, AreTheSourcesFilesAndTheProjectName) {
     ASSERT_NE(version, nullptr);
     const auto* block = static_cast<const char*>(LockResource(LoadResource(Library(), version)));
     const std::string bytes(block, SizeofResource(Library(), version));
+    ASSERT_GE(bytes.size(), 52u + 40u);
+    WORD length = 0;
+    DWORD signature = 0, fileVersionHigh = 0;
+    std::memcpy(&length, bytes.data(), sizeof length);
+    std::memcpy(&signature, bytes.data() + 40, sizeof signature);  // after the header and "VS_VERSION_INFO"
+    std::memcpy(&fileVersionHigh, bytes.data() + 48, sizeof fileVersionHigh);
+    EXPECT_EQ(length, bytes.size());
+    EXPECT_EQ(signature, 0xFEEF04BDu);
+    EXPECT_EQ(fileVersionHigh, DWORD(OSTREL_VERSION_MAJOR) << 16);
     const std::u16string key = u"OLESelfRegister";
     EXPECT_NE(bytes.find(std::string(reinterpret_cast<const char*>(key.c_str()), key.size() * 2)), std::string::npos);
 }

@@ -273,9 +273,8 @@ void Reader::Read() {
 }
 
 void Reader::ReadTypeInfo(size_t index, size_t offset) {
-    const INT base = INT(offset);
-    if (In(kTypeInfoSeg, base, kTypeInfoSize) != segs_[kTypeInfoSeg].offset + offset) throw Damaged{};
-    const size_t at = segs_[kTypeInfoSeg].offset + offset;
+    if (offset > size_) throw Damaged{};
+    const size_t at = In(kTypeInfoSeg, INT(offset), kTypeInfoSize);
     TypeData& type = lib_.types[index];
     const INT kindWord = At(at);
     TYPEATTR& attr = type.attr;

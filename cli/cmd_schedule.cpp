@@ -98,7 +98,7 @@ int RunSchedule(const ScheduleArgs& args, std::ostream& out, std::ostream& err) 
         timing("table");
 
         if (!args.json.empty()) {
-            WriteJsonFile(args.json, ResultJson(result));
+            WriteJsonFile(args.json, result);
             timing("json");
         }
         if (!args.html.empty()) {

@@ -66,7 +66,9 @@ void DrawTask(Markup& out, const ScheduleResult& result, size_t row, const TimeS
     Title(out, result, t, note);
     if (!t.hasDates) {
         // Nothing placed: say why in the row itself.
-        std::string why = note.empty() ? std::string(StatusName(t.status)) : note.substr(0, note.find('\n'));
+        std::string why = !note.empty() ? note.substr(0, note.find('\n'))
+                          : t.summary   ? std::string("none of its tasks was scheduled")
+                                        : std::string(StatusName(t.status));
         if (Characters(why) > 100) why = std::string(Prefix(why, 99)) + "\xE2\x80\xA6";
         out << "<text class=\"why\" x=\"4\" y=\"" << top + 15 << "\">\xE2\x9C\x95 " << Text{why} << "</text>";
     } else if (t.summary) {

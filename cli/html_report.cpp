@@ -121,7 +121,9 @@ Span ReportRange(const ScheduleResult& result) {
         range.finish = any ? std::max(range.finish, t.finish) : t.finish;
         any = true;
     }
-    return range;
+    // Out to the whole weeks the chart shows.
+    const TimeScale scale = ChooseScale(range);
+    return {scale.origin, scale.origin + scale.days};
 }
 
 std::string HtmlReport(const ScheduleResult& result) {

@@ -9,9 +9,9 @@
 
 namespace cli {
 
-// The stretch of time the page draws: the dated tasks' span, or the
-// project's range when nothing has dates. The calendars a page shades are
-// read over this range (AddCalendars).
+// The stretch of time the page draws: the whole weeks around the dated
+// tasks, or around the project's range when nothing has dates. The
+// calendars a page shades are read over this range (AddCalendars).
 Span ReportRange(const ScheduleResult& result);
 
 std::string HtmlReport(const ScheduleResult& result);

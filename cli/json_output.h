@@ -8,9 +8,13 @@
 
 namespace cli {
 
-nlohmann::json ResultJson(const ScheduleResult& result);
+// Written out directly rather than through a document: a 100,000-task
+// schedule would otherwise be built as a tree of maps only to be printed.
+// One task, message or resource use a line.
+std::string ResultJson(const ScheduleResult& result);
 // Writes beside the target and renames, so a failed write leaves no half
 // file behind. Throws RunError on failure.
+void WriteJsonFile(const std::string& fileName, const ScheduleResult& result);
 void WriteJsonFile(const std::string& fileName, const nlohmann::json& document);
 
 }  // namespace cli

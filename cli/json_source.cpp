@@ -1,7 +1,6 @@
 #include "json_source.h"
 
-#include <fstream>
-#include <sstream>
+#include <cstdio>
 
 namespace cli {
 
@@ -29,12 +28,17 @@ nlohmann::json ParseJson(const std::string& text, const std::string& fileName) {
 }
 
 std::string ReadFile(const std::string& fileName) {
-    std::ifstream in(fileName, std::ios::binary);
-    if (!in) throw InputError(fileName + ": cannot open the file");
-    std::ostringstream text;
-    text << in.rdbuf();
-    if (in.bad()) throw InputError(fileName + ": cannot read the file");
-    return text.str();
+    // Straight into the string: a large project is read once, not copied
+    // again out of a string stream.
+    std::FILE* file = std::fopen(fileName.c_str(), "rb");
+    if (!file) throw InputError(fileName + ": cannot open the file");
+    std::string text;
+    char buffer[1 << 16];
+    for (size_t got; (got = std::fread(buffer, 1, sizeof buffer, file)) > 0;) text.append(buffer, got);
+    const bool failed = std::ferror(file) != 0;
+    std::fclose(file);
+    if (failed) throw InputError(fileName + ": cannot read the file");
+    return text;
 }
 
 }  // namespace cli

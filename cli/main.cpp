@@ -10,6 +10,7 @@ int main(int argc, char** argv) {
     app.set_version_flag("--version", std::string("ostrel ") + OSTREL_VERSION);
     app.require_subcommand(1);
     app.footer("Example:\n  ostrel schedule                  # the built-in example project\n"
+               "  ostrel schedule --html example.html  # and its Gantt page\n"
                "  ostrel schedule plan.json --json plan-out.json");
 
     cli::ScheduleArgs schedule;

@@ -12,6 +12,15 @@ namespace {
 
 using nlohmann::json;
 
+// A path put together only when an error needs it: reading a large project
+// checks millions of fields and finds nothing wrong with almost all.
+struct Where {
+    const std::string& base;
+    const char* field;
+};
+inline std::string Spell(const std::string& path) { return path; }
+inline std::string Spell(const Where& path) { return path.base + path.field; }
+
 class Reader {
 public:
     explicit Reader(std::string fileName) : file_(std::move(fileName)) {}
@@ -32,36 +41,42 @@ public:
         const auto found = node.find(key);
         return found == node.end() ? nullptr : &*found;
     }
-    std::string Text(const json& node, const std::string& path) const {
-        if (!node.is_string()) Fail(path, "expected a text");
+    template <class Path>
+    std::string Text(const json& node, const Path& path) const {
+        if (!node.is_string()) Fail(Spell(path), "expected a text");
         return node.get<std::string>();
     }
-    double Number(const json& node, const std::string& path) const {
-        if (!node.is_number()) Fail(path, "expected a number");
+    template <class Path>
+    double Number(const json& node, const Path& path) const {
+        if (!node.is_number()) Fail(Spell(path), "expected a number");
         return node.get<double>();
     }
-    const json& Array(const json& node, const std::string& path) const {
-        if (!node.is_array()) Fail(path, "expected an array");
+    template <class Path>
+    const json& Array(const json& node, const Path& path) const {
+        if (!node.is_array()) Fail(Spell(path), "expected an array");
         return node;
     }
-    DATE Date(const json& node, const std::string& path) const {
+    template <class Path>
+    DATE Date(const json& node, const Path& path) const {
         const std::string text = Text(node, path);
         const auto date = ParseDate(text);
-        if (!date) Fail(path, "\"" + text + "\" is not a date such as \"2026-03-02\" or \"2026-03-02 08:00\"");
+        if (!date) Fail(Spell(path), "\"" + text + "\" is not a date such as \"2026-03-02\" or \"2026-03-02 08:00\"");
         return *date;
     }
-    DATE DateInRange(const json& node, const std::string& path, const Project& p) const {
+    template <class Path>
+    DATE DateInRange(const json& node, const Path& path, const Project& p) const {
         const DATE date = Date(node, path);
         if (date < p.start || date > p.finish)
-            Fail(path, FormatDate(date, true) + " is outside the project (" + FormatDate(p.start, true) + " to " +
-                           FormatDate(p.finish, true) + ")");
+            Fail(Spell(path), FormatDate(date, true) + " is outside the project (" + FormatDate(p.start, true) + " to " +
+                                  FormatDate(p.finish, true) + ")");
         return date;
     }
-    double Hours(const json& node, const std::string& path, double hoursPerDay, bool allowNegative) const {
-        if (!node.is_string()) Fail(path, "expected a duration such as \"3d\", \"4h\" or \"90m\"");
+    template <class Path>
+    double Hours(const json& node, const Path& path, double hoursPerDay, bool allowNegative) const {
+        if (!node.is_string()) Fail(Spell(path), "expected a duration such as \"3d\", \"4h\" or \"90m\"");
         const std::string text = node.get<std::string>();
         const auto hours = ParseHours(text, hoursPerDay, allowNegative);
-        if (!hours) Fail(path, "\"" + text + "\" is not a duration such as \"3d\", \"4h\" or \"90m\"");
+        if (!hours) Fail(Spell(path), "\"" + text + "\" is not a duration such as \"3d\", \"4h\" or \"90m\"");
         return *hours;
     }
 
@@ -141,9 +156,7 @@ public:
     }
 
     void Resolve() {
-        std::unordered_map<std::string, size_t> byId;
-        for (size_t i = 0; i < p_.tasks.size(); ++i) byId.emplace(p_.tasks[i].id, i);
-        for (const PendingLink& link : links_) ResolveLinks(link, byId);
+        for (const PendingLink& link : links_) ResolveLinks(link, ids_);
     }
 
 private:
@@ -154,18 +167,18 @@ private:
         if (!id) r_.Fail(path, "a task needs an \"id\"");
         Task task;
         task.path = path;
-        task.id = r_.Text(*id, path + ".id");
+        task.id = r_.Text(*id, Where{path, ".id"});
         if (task.id.empty()) r_.Fail(path + ".id", "the id is empty");
-        if (!ids_.emplace(task.id, path).second)
-            r_.Fail(path + ".id", "the id \"" + task.id + "\" is also used at " + ids_[task.id]);
+        const auto [known, added] = ids_.emplace(task.id, p_.tasks.size());
+        if (!added) r_.Fail(path + ".id", "the id \"" + task.id + "\" is also used at " + p_.tasks[known->second].path);
         const json* name = r_.Field(node, "name");
-        task.name = name ? r_.Text(*name, path + ".name") : task.id;
+        task.name = name ? r_.Text(*name, Where{path, ".name"}) : task.id;
         task.parent = parent;
         task.depth = depth;
-        if (const json* d = r_.Field(node, "duration")) task.hours = r_.Hours(*d, path + ".duration", p_.hoursPerDay, false);
+        if (const json* d = r_.Field(node, "duration")) task.hours = r_.Hours(*d, Where{path, ".duration"}, p_.hoursPerDay, false);
         if (const json* c = r_.Field(node, "constraint")) ReadConstraint(*c, path + ".constraint", task);
         if (const json* pr = r_.Field(node, "priority")) {
-            const double v = r_.Number(*pr, path + ".priority");
+            const double v = r_.Number(*pr, Where{path, ".priority"});
             if (v < 0 || v > 4294967295.0 || v != std::floor(v))
                 r_.Fail(path + ".priority", "expected a whole number from 0 up");
             task.priority = unsigned(v);
@@ -175,12 +188,12 @@ private:
         if (const json* fixed = r_.Field(node, "fixed")) ReadFixed(*fixed, path + ".fixed", task);
         const size_t index = p_.tasks.size();
         if (const json* preds = r_.Field(node, "predecessors")) {
-            r_.Array(*preds, path + ".predecessors");
+            r_.Array(*preds, Where{path, ".predecessors"});
             links_.push_back({index, preds, path + ".predecessors"});
         }
         p_.tasks.push_back(std::move(task));
         if (const json* children = r_.Field(node, "children")) {
-            r_.Array(*children, path + ".children");
+            r_.Array(*children, Where{path, ".children"});
             if (!children->empty()) {
                 if (p_.tasks[index].constraint == Constraint::DNL)
                     r_.Fail(path + ".fixed", "a summary task takes its dates from its children");
@@ -213,8 +226,8 @@ private:
                 r_.Fields(list[i], at, {"id", "units"});
                 const json* id = r_.Field(list[i], "id");
                 if (!id) r_.Fail(at, "an assignment needs the resource's \"id\"");
-                a.resource = r_.Text(*id, at + ".id");
-                if (const json* u = r_.Field(list[i], "units")) a.units = r_.Number(*u, at + ".units");
+                a.resource = r_.Text(*id, Where{at, ".id"});
+                if (const json* u = r_.Field(list[i], "units")) a.units = r_.Number(*u, Where{at, ".units"});
             }
             const auto found = resources_.find(a.resource);
             if (found == resources_.end()) r_.Fail(at, "no resource \"" + a.resource + "\"");
@@ -257,9 +270,9 @@ private:
                 r_.Fields(list[i], at, {"id", "type", "lag"});
                 const json* id = r_.Field(list[i], "id");
                 if (!id) r_.Fail(at, "a predecessor needs the task's \"id\"");
-                link.task = r_.Text(*id, at + ".id");
+                link.task = r_.Text(*id, Where{at, ".id"});
                 if (const json* t = r_.Field(list[i], "type")) {
-                    const std::string type = r_.Text(*t, at + ".type");
+                    const std::string type = r_.Text(*t, Where{at, ".type"});
                     if (type == "FS") link.type = LinkType::FS;
                     else if (type == "SS") link.type = LinkType::SS;
                     else if (type == "FF") link.type = LinkType::FF;
@@ -267,7 +280,7 @@ private:
                     else r_.Fail(at + ".type", "\"" + type + "\" is not a link type (FS, SS, FF, SF)");
                 }
                 // A lag is calendar time: "2d" is two days on the clock.
-                if (const json* l = r_.Field(list[i], "lag")) link.lagHours = r_.Hours(*l, at + ".lag", 24.0, true);
+                if (const json* l = r_.Field(list[i], "lag")) link.lagHours = r_.Hours(*l, Where{at, ".lag"}, 24.0, true);
             }
             const auto found = byId.find(link.task);
             if (found == byId.end()) r_.Fail(at, "no task \"" + link.task + "\"");
@@ -280,7 +293,7 @@ private:
 
     const Reader& r_;
     Project& p_;
-    std::unordered_map<std::string, std::string> ids_;
+    std::unordered_map<std::string, size_t> ids_;  // index into Project::tasks
     std::vector<PendingLink> links_;
     std::unordered_map<std::string, const Resource*> resources_;
 };

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds the `ostrel` command and schedules its built-in example project:
 # installs the Debian packages the build needs, configures and builds into
-# build/, prints the schedule table and writes build/example.json.
+# build/, prints the schedule table and writes build/example.json and the
+# Gantt page build/example.html (opened in a browser when there is a display).
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -30,7 +31,13 @@ echo "== ostrel schedule (built-in example)" >&2
 # In the build tree the message module sits in its own folder; an installed
 # ostrel finds it beside the library.
 status=0
-PATH="$build/messages:$PATH" "$build/bin/ostrel" schedule --json "$build/example.json" || status=$?
-echo "== wrote $build/example.json (exit code $status)" >&2
+PATH="$build/messages:$PATH" "$build/bin/ostrel" schedule --json "$build/example.json" \
+  --html "$build/example.html" || status=$?
+echo "== wrote $build/example.json and the Gantt page $build/example.html (exit code $status)" >&2
+if [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] && command -v xdg-open > /dev/null; then
+  xdg-open "$build/example.html" > /dev/null 2>&1 &
+else
+  echo "== open file://$build/example.html in a browser to see it" >&2
+fi
 # 1 means some tasks could not be scheduled, which the example shows on purpose.
 [ "$status" -le 1 ]

@@ -4,7 +4,7 @@
 // Strings live in RT_STRING blocks of sixteen, block n holding the strings
 // numbered (n - 1) * 16 to n * 16 - 1, each a 16-bit length and that many
 // UTF-16 units without a terminator. The edge cases follow the platform as
-// probed: a buffer of one unit is left untouched, a string missing from a
+// probed: a buffer of one unit (or a negative size) is left untouched, a string missing from a
 // block that exists reads as empty (the buffer gets a terminator), and a
 // missing block fails with FindResourceW's error and leaves the buffer
 // alone.

@@ -35,12 +35,14 @@ typedef struct OstrelResourceEntry {
 #define OSTREL_RESOURCE_TABLE_SYMBOL "OstrelResourceTable"
 
 // Defines a module's table; the symbol must be visible even when the module
-// hides everything else.
+// hides everything else. Every module defines the same name, so the table
+// lives in a section of its own: AddressSanitizer leaves such globals alone
+// instead of reporting two loaded modules' tables as one symbol defined twice.
+#define OSTREL_RESOURCE_TABLE_ATTRIBUTES \
+    __attribute__((visibility("default"), section(".data.rel.ro.ostrel_resources")))
 #ifdef __cplusplus
-#define OSTREL_RESOURCE_TABLE \
-    extern "C" __attribute__((visibility("default"))) const OstrelResourceEntry OstrelResourceTable[]
+#define OSTREL_RESOURCE_TABLE extern "C" OSTREL_RESOURCE_TABLE_ATTRIBUTES const OstrelResourceEntry OstrelResourceTable[]
 #else
-#define OSTREL_RESOURCE_TABLE \
-    __attribute__((visibility("default"))) const OstrelResourceEntry OstrelResourceTable[]
+#define OSTREL_RESOURCE_TABLE OSTREL_RESOURCE_TABLE_ATTRIBUTES const OstrelResourceEntry OstrelResourceTable[]
 #endif
 #endif

@@ -246,6 +246,7 @@ void Reader::Read() {
 
     lib_.attr.guid = Guid(At(0x08));
     lib_.attr.lcid = LCID(At(0x0C));
+    if ((varFlags & 0xF) > SYS_WIN64) throw Damaged{};
     lib_.attr.syskind = SYSKIND(varFlags & 0xF);
     const INT version = At(0x18);
     lib_.attr.wMajorVerNum = WORD(version & 0xFFFF);
@@ -272,9 +273,8 @@ void Reader::Read() {
 }
 
 void Reader::ReadTypeInfo(size_t index, size_t offset) {
-    const INT base = INT(offset);
-    if (In(kTypeInfoSeg, base, kTypeInfoSize) != segs_[kTypeInfoSeg].offset + offset) throw Damaged{};
-    const size_t at = segs_[kTypeInfoSeg].offset + offset;
+    if (offset > size_) throw Damaged{};
+    const size_t at = In(kTypeInfoSeg, INT(offset), kTypeInfoSize);
     TypeData& type = lib_.types[index];
     const INT kindWord = At(at);
     TYPEATTR& attr = type.attr;
@@ -371,8 +371,9 @@ void Reader::ReadMembers(TypeData& type, INT memOffset, int funcs, int vars) {
             v.name = name;
             d.elemdescVar.tdesc = Type(At(r + 4), 0);
             d.wVarFlags = WORD(At(r + 8));
-            d.varkind = VARKIND(At(r + 12) & 0xFFFF);
-            if (d.varkind > VAR_DISPATCH) throw Damaged{};
+            const INT kind = At(r + 12) & 0xFFFF;
+            if (kind > VAR_DISPATCH) throw Damaged{};
+            d.varkind = VARKIND(kind);
             if (d.varkind == VAR_CONST) Constant(At(r + 16), v.value);
             else d.oInst = ULONG(At(r + 16));
             if (recordSize >= 24) v.helpContext = DWORD(At(r + 20));

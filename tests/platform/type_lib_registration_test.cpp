@@ -56,9 +56,13 @@ std::string Loaded(WORD major, WORD minor) {
 
 class TypeLibRegistration : public ::testing::Test {
 protected:
+    // Everything a registration of the library writes.
     void TearDown() override {
         RegDeleteTreeW(HKEY_CLASSES_ROOT, kLib.c_str());
-        RegDeleteTreeW(HKEY_CLASSES_ROOT, kRules.c_str());
+        for (const char16_t* itf : {u"{D2396346-EAC5-44D3-A802-8BDA45FB03FF}", u"{1A2D7C78-295C-4A33-9A63-6D02C7133569}",
+                                    u"{57FCACA4-2EFE-4E47-9EA9-97CDA39A1B12}", u"{6AC069D4-9FE7-4F09-B93D-B06909E189CC}"}) {
+            RegDeleteTreeW(HKEY_CLASSES_ROOT, (std::u16string(u"Interface\\") + itf).c_str());
+        }
     }
 };
 

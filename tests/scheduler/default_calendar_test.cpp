@@ -1,5 +1,5 @@
-// The default calendar: what its rules mean on a real rule set, and its
-// creation through the component runtime.
+// The default calendar: what its rules mean on a real rule set. Its creation
+// through the component runtime is seen in the runs that fall back on it.
 #include "scheduler/default_calendar.h"
 #include "scheduler_test_support.h"
 
@@ -49,31 +49,6 @@ TEST_F(WithRuntime, TheRulesMeanAWorkingWeek) {
         unknown->Release();
     }
     profile->Release();
-    rules->Release();
-}
-
-// Made through the component runtime: it fails as creating a VoAvailability
-// fails where the library serves none yet, and carries the rules where it
-// does.
-TEST_F(WithRuntime, MadeThroughTheComponentRuntime) {
-    IVoAvailability* probe = nullptr;
-    const HRESULT served = CoCreateInstance(CLSID_VoAvailability, nullptr, CLSCTX_INPROC_SERVER,
-                                            IID_IVoAvailability, reinterpret_cast<void**>(&probe));
-    if (FAILED(served)) {
-        try {
-            ostrel::MakeDefaultCalendar();
-            ADD_FAILURE() << "made without a profile class";
-        } catch (HRESULT hr) {
-            EXPECT_HR(served, hr);
-        }
-        return;
-    }
-    probe->Release();
-    ostrel::InterfaceRef<IVoAvailability> calendar = ostrel::MakeDefaultCalendar();
-    ASSERT_TRUE(calendar);
-    IUnknown* rules = nullptr;
-    ASSERT_HR(S_OK, calendar->GetRules(&rules));
-    ASSERT_NE(rules, nullptr);
     rules->Release();
 }
 

@@ -68,12 +68,7 @@ TEST_F(Intake, ReadsInChunksOfAHundred) {
 
 TEST_F(Intake, AFailingNextStoresNothing) {
     auto* records = DataEnum::New(300, std::vector<NextAnswer>{{S_OK, 100, 100}, {E_UNEXPECTED, 0, 0}});
-    try {
-        Add(records);
-        ADD_FAILURE() << "no failure";
-    } catch (HRESULT hr) {
-        EXPECT_HR(E_UNEXPECTED, hr);
-    }
+    EXPECT_HR(E_UNEXPECTED, sched_test::Thrown([&] { Add(records); }));
     EXPECT_EQ(engine.Sets().Size(), 0u);
 }
 
@@ -164,12 +159,7 @@ TEST_F(Intake, CookiesNameOneStoredSetEach) {
 TEST(DefaultCalendarIntake, AFailingCalendarStoresNothing) {
     TVoScheduler engine(nullptr, []() -> InterfaceRef<IVoAvailability> { throw HRESULT(REGDB_E_CLASSNOTREG); });
     auto* records = DataEnum::New(5);
-    try {
-        engine.AddScheduleData(records, nullptr, 1.0, 2.0);
-        ADD_FAILURE() << "no failure";
-    } catch (HRESULT hr) {
-        EXPECT_HR(REGDB_E_CLASSNOTREG, hr);
-    }
+    EXPECT_HR(REGDB_E_CLASSNOTREG, sched_test::Thrown([&] { engine.AddScheduleData(records, nullptr, 1.0, 2.0); }));
     EXPECT_EQ(records->nextCalls, 0);
     EXPECT_EQ(engine.Sets().Size(), 0u);
     records->Release();

@@ -8,34 +8,27 @@
 
 namespace {
 
-using ostrel::InterfaceRef;
 using ostrel::TVoScheduler;
-using sched_test::DataEnum;
-using sched_test::Profile;
 
 struct Message : tagScheduleMessage {
     Message() { ostrel::CScheduleMessage::init(this); }
     ~Message() { ostrel::CScheduleMessage::destroy(this); }
 };
 
-struct Messages : ::testing::Test {
-    TVoScheduler engine{nullptr, [] { return InterfaceRef<IVoAvailability>(Profile::New("calendar", nullptr, nullptr)); }};
+IEnumScheduleMessages* Enumerate(TVoScheduler& engine) {
+    IUnknown* unknown = nullptr;
+    engine.GetScheduleMessages(&unknown);
+    IEnumScheduleMessages* e = nullptr;
+    EXPECT_HR(S_OK, unknown->QueryInterface(IID_IEnumScheduleMessages, reinterpret_cast<void**>(&e)));
+    unknown->Release();
+    return e;
+}
+std::string Text(BSTR s) { return s ? test::Utf8(s) : "<none>"; }
 
-    DWORD Add(ULONG n) {
-        DataEnum* records = DataEnum::New(n);
-        DWORD cookie = engine.AddScheduleData(records, nullptr, 45000.0, 45100.0);
-        records->Release();
-        return cookie;
-    }
-    IEnumScheduleMessages* Enumerate() {
-        IUnknown* unknown = nullptr;
-        engine.GetScheduleMessages(&unknown);
-        IEnumScheduleMessages* e = nullptr;
-        EXPECT_HR(S_OK, unknown->QueryInterface(IID_IEnumScheduleMessages, reinterpret_cast<void**>(&e)));
-        unknown->Release();
-        return e;
-    }
-    static std::string Text(BSTR s) { return s ? test::Utf8(s) : "<none>"; }
+struct Messages : ::testing::Test {
+    TVoScheduler engine{nullptr, sched_test::Calendar()};
+
+    DWORD Add(ULONG n) { return sched_test::AddRecords(engine, n); }
 };
 
 TEST_F(Messages, EachFormRecordsWhatItKnows) {
@@ -66,7 +59,7 @@ TEST_F(Messages, EachFormRecordsWhatItKnows) {
         {1, 2, second, msError, "failed", "because"},
         {-1, 0, 0, msNone, "no task", ""},  // an empty long text is passed on as one
     };
-    IEnumScheduleMessages* e = Enumerate();
+    IEnumScheduleMessages* e = Enumerate(engine);
     for (const Expect& x : expected) {
         Message m;
         ASSERT_HR(S_OK, e->Next(1, &m, nullptr)) << x.message;
@@ -89,16 +82,7 @@ TEST_F(Messages, EachFormRecordsWhatItKnows) {
 // the engine goes keeps the list it read, emptied.
 TEST(MessageList, TheEnumeratorReadsTheLiveList) {
     auto engine = std::make_unique<TVoScheduler>();
-    auto enumerate = [&] {
-        IUnknown* unknown = nullptr;
-        engine->GetScheduleMessages(&unknown);
-        IEnumScheduleMessages* e = nullptr;
-        EXPECT_HR(S_OK, unknown->QueryInterface(IID_IEnumScheduleMessages, reinterpret_cast<void**>(&e)));
-        unknown->Release();
-        return e;
-    };
-    auto Text = [](BSTR s) { return s ? test::Utf8(s) : std::string("<none>"); };
-    IEnumScheduleMessages* early = enumerate();
+    IEnumScheduleMessages* early = Enumerate(*engine);
     Message none[3];
     ULONG fetched = 9;
     EXPECT_HR(S_FALSE, early->Next(3, none, &fetched));

@@ -10,6 +10,7 @@
 
 #include "component/com_object.h"
 #include "scheduler/schedule_records.h"
+#include "scheduler/scheduler.h"
 #include "test_support.h"
 
 namespace sched_test {
@@ -207,29 +208,28 @@ private:
     std::vector<std::string>* log_;
 };
 
-// An event sink that expects no event at all: nothing before a run raises
-// one.
-class SilentSink final : public ostrel::ComObject<SilentSink, IVoScheduleEvents> {
-public:
-    static std::span<const ostrel::InterfaceEntry<SilentSink>> InterfaceTable() {
-        static const ostrel::InterfaceEntry<SilentSink> table[] = {
-            ostrel::Entry<SilentSink, IVoScheduleEvents>(IID_IVoScheduleEvents)};
-        return table;
-    }
-    explicit SilentSink(bool* destroyed) : destroyed_(destroyed) {}
-    ~SilentSink() override { *destroyed_ = true; }
+// A default calendar made as a plain test profile (destroyed reports its end).
+inline ostrel::TVoScheduler::CalendarFactory Calendar(bool* destroyed = nullptr) {
+    return [destroyed] { return ostrel::InterfaceRef<IVoAvailability>(Profile::New("calendar", destroyed, nullptr)); };
+}
 
-    STDMETHODIMP GetAvailabilityProfile(ULONG, VARIANT, IUnknown**) override {
-        ADD_FAILURE() << "unexpected GetAvailabilityProfile";
-        return E_NOTIMPL;
-    }
-    STDMETHODIMP Progress(LONG) override {
-        ADD_FAILURE() << "unexpected Progress";
-        return E_NOTIMPL;
-    }
+// Adds n records (keys 1..n) as a set on the default calendar; its cookie.
+inline DWORD AddRecords(ostrel::TVoScheduler& engine, ULONG n) {
+    DataEnum* records = DataEnum::New(n);
+    DWORD cookie = engine.AddScheduleData(records, nullptr, 45000.0, 45100.0);
+    records->Release();
+    return cookie;
+}
 
-private:
-    bool* destroyed_;
-};
+// The HRESULT a call threw, S_OK when it threw none.
+template <class Call>
+HRESULT Thrown(Call call) {
+    try {
+        call();
+    } catch (HRESULT hr) {
+        return hr;
+    }
+    return S_OK;
+}
 
 }  // namespace sched_test

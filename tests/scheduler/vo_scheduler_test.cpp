@@ -65,6 +65,21 @@ private:
     bool* destroyed_;
 };
 
+// The sinks' cookies in list order, as EnumConnections hands them out.
+std::vector<DWORD> Cookies(IConnectionPoint* point) {
+    std::vector<DWORD> cookies;
+    IEnumConnections* e = nullptr;
+    EXPECT_HR(S_OK, point->EnumConnections(&e));
+    if (!e) return cookies;
+    CONNECTDATA data;
+    while (e->Next(1, &data, nullptr) == S_OK) {
+        cookies.push_back(data.dwCookie);
+        data.pUnk->Release();
+    }
+    e->Release();
+    return cookies;
+}
+
 class VoSchedulerTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -81,20 +96,7 @@ protected:
         CoUninitialize();
     }
 
-    // The sinks' cookies in list order, as EnumConnections hands them out.
-    std::vector<DWORD> Connections() {
-        std::vector<DWORD> cookies;
-        IEnumConnections* e = nullptr;
-        EXPECT_HR(S_OK, point->EnumConnections(&e));
-        if (!e) return cookies;
-        CONNECTDATA data;
-        while (e->Next(1, &data, nullptr) == S_OK) {
-            cookies.push_back(data.dwCookie);
-            data.pUnk->Release();
-        }
-        e->Release();
-        return cookies;
-    }
+    std::vector<DWORD> Connections() { return Cookies(point); }
 
     IVoScheduler* scheduler = nullptr;
     IConnectionPoint* point = nullptr;
@@ -259,14 +261,7 @@ TEST(VoSchedulerEvents, ReachEverySinkAndDropFailingOnes) {
     late->expectProgress = true;
     DWORD lateCookie = 0;
     ASSERT_HR(S_OK, point->Advise(late, &lateCookie));
-    IEnumConnections* connections = nullptr;
-    ASSERT_HR(S_OK, point->EnumConnections(&connections));
-    CONNECTDATA data[3] = {};
-    ULONG fetched = 0;
-    EXPECT_HR(S_OK, connections->Next(3, data, &fetched));
-    EXPECT_EQ(data[1].dwCookie, lateCookie);
-    for (CONNECTDATA& d : data) d.pUnk->Release();
-    connections->Release();
+    EXPECT_EQ(Cookies(point), (std::vector<DWORD>{cookies[0], lateCookie, cookies[2]}));
 
     EXPECT_HR(S_OK, events->Progress(100));
     EXPECT_EQ(late->progressCalls, 1);

@@ -29,8 +29,9 @@ inline IVoAvailability* NewProfile(std::initializer_list<std::pair<DATE, double>
 // the set's start.
 inline IVoAvailability* AlwaysWorking() { return NewProfile({{0.0, 0.0}, {100.0, 1.0}, {100.5, 1.5}}); }
 
-// The host: answers GetAvailabilityProfile from a table by resource name
-// (nothing for a name it lacks), counts the calls, and may run a hook.
+// The host: answers GetAvailabilityProfile from a table by resource name or
+// key number (nothing for one it lacks), counts the calls, may run a hook,
+// and fails the test on Progress unless told to expect it.
 class HostSink final : public ostrel::ComObject<HostSink, IVoScheduleEvents> {
 public:
     static std::span<const ostrel::InterfaceEntry<HostSink>> InterfaceTable() {
@@ -38,19 +39,23 @@ public:
             ostrel::Entry<HostSink, IVoScheduleEvents>(IID_IVoScheduleEvents)};
         return table;
     }
+    explicit HostSink(bool* destroyed = nullptr) : destroyed_(destroyed) {}
     ~HostSink() override {
         for (auto& [name, object] : answers) object->Release();
+        if (destroyed_) *destroyed_ = true;
     }
 
     std::map<std::string, IUnknown*> answers;  // owned
     std::map<std::string, int> asked;
     std::function<void()> onAsk;
-    HRESULT result = S_OK;  // what every GetAvailabilityProfile returns
+    HRESULT result = S_OK;  // what every event returns
+    bool expectProgress = false;
+    std::vector<LONG> progress;
 
     STDMETHODIMP GetAvailabilityProfile(ULONG flags, VARIANT gk, IUnknown** ppUnk) override {
         EXPECT_EQ(flags, ULONG(ifResourceDefaultAvailability));
         EXPECT_EQ(*ppUnk, nullptr);
-        const std::string name = test::Utf8(gk.bstrVal);
+        const std::string name = gk.vt == VT_BSTR ? test::Utf8(gk.bstrVal) : std::to_string(gk.lVal);
         ++asked[name];
         if (onAsk) onAsk();
         auto found = answers.find(name);
@@ -60,10 +65,14 @@ public:
         }
         return result;
     }
-    STDMETHODIMP Progress(LONG) override {
-        ADD_FAILURE() << "the run raises no Progress";
-        return E_NOTIMPL;
+    STDMETHODIMP Progress(LONG done) override {
+        if (!expectProgress) ADD_FAILURE() << "unexpected Progress";
+        progress.push_back(done);
+        return result;
     }
+
+private:
+    bool* destroyed_;
 };
 
 inline void SetConstraint(Task& task, LONG constraint, DATE date) {

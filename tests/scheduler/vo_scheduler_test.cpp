@@ -21,49 +21,7 @@ Itf* Query(IUnknown* from, REFIID iid) {
     return out;
 }
 
-// A host's sink: counts its events, answers GetAvailabilityProfile with
-// answer (writing profile to *ppUnk when it has one) and fails the test on
-// Progress unless told to expect it.
-class CountingSink final : public ostrel::ComObject<CountingSink, IVoScheduleEvents> {
-public:
-    static std::span<const ostrel::InterfaceEntry<CountingSink>> InterfaceTable() {
-        static const ostrel::InterfaceEntry<CountingSink> table[] = {
-            ostrel::Entry<CountingSink, IVoScheduleEvents>(IID_IVoScheduleEvents)};
-        return table;
-    }
-    explicit CountingSink(bool* destroyed = nullptr) : destroyed_(destroyed) {}
-    ~CountingSink() override {
-        if (profile) profile->Release();
-        if (destroyed_) *destroyed_ = true;
-    }
-
-    HRESULT answer = S_OK;
-    IUnknown* profile = nullptr;  // handed out with a reference of its own
-    bool expectProgress = false;
-    int profileCalls = 0, progressCalls = 0;
-    ULONG lastFlags = 0;
-    LONG lastKey = 0, lastDone = 0;
-
-    STDMETHODIMP GetAvailabilityProfile(ULONG dwIntervalFlags, VARIANT gk, IUnknown** ppUnk) override {
-        ++profileCalls;
-        lastFlags = dwIntervalFlags;
-        lastKey = gk.vt == VT_I4 ? gk.lVal : -1;
-        if (profile && ppUnk) {
-            profile->AddRef();
-            *ppUnk = profile;
-        }
-        return answer;
-    }
-    STDMETHODIMP Progress(LONG Done) override {
-        if (!expectProgress) ADD_FAILURE() << "unexpected Progress";
-        ++progressCalls;
-        lastDone = Done;
-        return answer;
-    }
-
-private:
-    bool* destroyed_;
-};
+using Sink = run_test::HostSink;
 
 // The sinks' cookies in list order, as EnumConnections hands them out.
 std::vector<DWORD> Cookies(IConnectionPoint* point) {
@@ -163,7 +121,7 @@ TEST_F(VoSchedulerTest, OneConnectionPointForTheEvents) {
 
 TEST_F(VoSchedulerTest, AdviseAndUnadviseCodes) {
     bool destroyed = false;
-    auto* sink = CountingSink::New(&destroyed);
+    auto* sink = Sink::New(&destroyed);
     IUnknown* notASink = nullptr;
     ASSERT_HR(S_OK, CoCreateInstance(CLSID_VoCalculator, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
                                      reinterpret_cast<void**>(&notASink)));
@@ -191,7 +149,7 @@ TEST_F(VoSchedulerTest, SinkListGrowsAndReusesEmptiedEntries) {
     bool destroyed[kSinks + 1] = {};
     std::vector<DWORD> cookies;
     for (int i = 0; i < kSinks; ++i) {
-        auto* sink = CountingSink::New(&destroyed[i]);
+        auto* sink = Sink::New(&destroyed[i]);
         DWORD cookie = 0;
         ASSERT_HR(S_OK, point->Advise(sink, &cookie));
         sink->Release();
@@ -201,7 +159,7 @@ TEST_F(VoSchedulerTest, SinkListGrowsAndReusesEmptiedEntries) {
 
     ASSERT_HR(S_OK, point->Unadvise(cookies[1]));
     EXPECT_TRUE(destroyed[1]);
-    auto* late = CountingSink::New(&destroyed[kSinks]);
+    auto* late = Sink::New(&destroyed[kSinks]);
     ASSERT_HR(S_OK, point->Advise(late, &cookies[1]));
     late->Release();
     EXPECT_EQ(Connections(), cookies);  // the newcomer took the emptied entry
@@ -233,42 +191,38 @@ TEST(VoSchedulerEvents, ReachEverySinkAndDropFailingOnes) {
 
     // Three sinks; the middle one fails and the last one hands out a profile.
     bool failingDestroyed = false;
-    CountingSink* sinks[3] = {CountingSink::New(), CountingSink::New(&failingDestroyed), CountingSink::New()};
-    sinks[1]->answer = E_FAIL;
-    sinks[2]->profile = CountingSink::New();
+    Sink* sinks[3] = {Sink::New(), Sink::New(&failingDestroyed), Sink::New()};
+    sinks[1]->result = E_FAIL;
+    sinks[2]->answers["42"] = Sink::New();
     DWORD cookies[3] = {};
     for (int i = 0; i < 3; ++i) ASSERT_HR(S_OK, point->Advise(sinks[i], &cookies[i]));
 
     answer = nullptr;
     EXPECT_HR(S_OK, events->GetAvailabilityProfile(ifResourceDefaultAvailability, key, &answer));
-    for (CountingSink* sink : sinks) {
-        EXPECT_EQ(sink->profileCalls, 1);
-        EXPECT_EQ(sink->lastFlags, ULONG(ifResourceDefaultAvailability));
-        EXPECT_EQ(sink->lastKey, 42);
-    }
-    EXPECT_EQ(answer, sinks[2]->profile);
+    for (Sink* sink : sinks) EXPECT_EQ(sink->asked["42"], 1);  // the sink checks the flags
+    EXPECT_EQ(answer, sinks[2]->answers["42"]);
     answer->Release();
 
     // The failing sink is out: no further events, its cookie finds nothing,
     // and its entry goes to the next sink that connects.
-    for (CountingSink* sink : sinks) sink->expectProgress = true;
+    for (Sink* sink : sinks) sink->expectProgress = true;
     EXPECT_HR(S_OK, events->Progress(50));
-    EXPECT_EQ(sinks[1]->progressCalls, 0);
-    EXPECT_EQ(sinks[0]->lastDone, 50);
-    EXPECT_EQ(sinks[2]->lastDone, 50);
+    EXPECT_EQ(sinks[0]->progress, std::vector<LONG>{50});
+    EXPECT_TRUE(sinks[1]->progress.empty());
+    EXPECT_EQ(sinks[2]->progress, std::vector<LONG>{50});
     EXPECT_HR(CONNECT_E_NOCONNECTION, point->Unadvise(cookies[1]));
-    auto* late = CountingSink::New();
+    auto* late = Sink::New();
     late->expectProgress = true;
     DWORD lateCookie = 0;
     ASSERT_HR(S_OK, point->Advise(late, &lateCookie));
     EXPECT_EQ(Cookies(point), (std::vector<DWORD>{cookies[0], lateCookie, cookies[2]}));
 
     EXPECT_HR(S_OK, events->Progress(100));
-    EXPECT_EQ(late->progressCalls, 1);
+    EXPECT_EQ(late->progress, std::vector<LONG>{100});
 
     // The dropped sink was not released when it failed; the scheduler gives
     // its reference back when it goes.
-    for (CountingSink* sink : sinks) sink->Release();
+    for (Sink* sink : sinks) sink->Release();
     late->Release();
     EXPECT_FALSE(failingDestroyed);
     events->Release();

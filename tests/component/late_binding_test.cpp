@@ -128,6 +128,58 @@ TEST_F(LateBinding, CallsByNameOnceTheOneZeroLibraryIsRegistered) {
     rules->Release();
 }
 
+// A property read, a method with a named argument, an out parameter by
+// reference, and the scheduler, which answers no query for IDispatch but is
+// dual all the same: its own interface pointer takes calls by name.
+TEST_F(LateBinding, PropertiesNamedArgumentsAndTheScheduler) {
+    RegisterV1();
+    IDispatch* profile = nullptr;
+    ASSERT_HR(S_OK,
+              CoCreateInstance(CLSID_VoAvailability, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, Out(&profile)));
+    LPOLESTR names[] = {const_cast<LPOLESTR>(OLESTR("AddPoint")), const_cast<LPOLESTR>(OLESTR("Units")),
+                        const_cast<LPOLESTR>(OLESTR("Start"))};
+    DISPID ids[3] = {};
+    ASSERT_HR(S_OK, profile->GetIDsOfNames(IID_NULL, names, 3, 0x409, ids));
+    // Named arguments in any order: Units = 2, Start = day 10.
+    VARIANT named[] = {R8(2.0), R8(10.0)};
+    DISPID namedIds[] = {ids[1], ids[2]};
+    DISPPARAMS params{named, namedIds, 2, 2};
+    ASSERT_HR(S_OK, profile->Invoke(ids[0], IID_NULL, 0x409, DISPATCH_METHOD, &params, nullptr, nullptr, nullptr));
+
+    Var count;
+    DISPPARAMS none{nullptr, nullptr, 0, 0};
+    LPOLESTR countName[] = {const_cast<LPOLESTR>(OLESTR("Count"))};
+    DISPID countId = DISPID_UNKNOWN;
+    ASSERT_HR(S_OK, profile->GetIDsOfNames(IID_NULL, countName, 1, 0x409, &countId));
+    ASSERT_HR(S_OK, profile->Invoke(countId, IID_NULL, 0x409, DISPATCH_PROPERTYGET, &none, &count, nullptr, nullptr));
+    EXPECT_EQ(count.vt, VT_UI4);
+    EXPECT_EQ(count.ulVal, 2u);  // the default point and the one added
+
+    double units = 0;
+    VARIANT out{};
+    out.vt = VT_BYREF | VT_R8;
+    out.pdblVal = &units;
+    ASSERT_HR(S_OK, Call(profile, OLESTR("GetUnits"), {R8(11.0), out}, nullptr));
+    EXPECT_EQ(units, 2.0);
+    // A required argument left out.
+    EXPECT_HR(DISP_E_BADPARAMCOUNT, Call(profile, OLESTR("GetUnits"), {R8(11.0)}, nullptr));
+    profile->Release();
+
+    IVoScheduler* scheduler = nullptr;
+    ASSERT_HR(S_OK,
+              CoCreateInstance(CLSID_VoScheduler, nullptr, CLSCTX_INPROC_SERVER, IID_IVoScheduler, Out(&scheduler)));
+    IDispatch* asked = nullptr;
+    EXPECT_HR(E_NOINTERFACE, scheduler->QueryInterface(IID_IDispatch, Out(&asked)));
+    ULONG flags = 99;
+    VARIANT flagsOut{};
+    flagsOut.vt = VT_BYREF | VT_UI4;
+    flagsOut.pulVal = &flags;
+    ASSERT_HR(S_OK, Call(scheduler, OLESTR("Run"), {flagsOut}, nullptr));
+    EXPECT_EQ(flags, ULONG(srIsScheduled));  // nothing to schedule, no failure
+    EXPECT_HR(S_OK, Call(scheduler, OLESTR("Clear"), {}, nullptr));
+    scheduler->Release();
+}
+
 // The library's own file carries the 2.0 library as its TYPELIB resource.
 TEST_F(LateBinding, TheServerCarriesTheTwoZeroLibrary) {
     const std::u16string server = Wide(OSTREL_SERVER_PATH);

@@ -15,7 +15,7 @@ namespace {
 
 void SetText(VARIANT& v, const std::string& text) {
     VariantInit(&v);
-    const std::u16string wide = Utf16(text);
+    const OleText wide = Utf16(text);
     v.vt = VT_BSTR;
     v.bstrVal = SysAllocStringLen(wide.data(), UINT(wide.size()));
 }

@@ -87,7 +87,7 @@ STDMETHODIMP ResourceCalendars::GetAvailabilityProfile(ULONG, VARIANT gk, IUnkno
     if (!ppUnk) return E_POINTER;
     *ppUnk = nullptr;
     if (gk.vt != VT_BSTR || !gk.bstrVal) return S_OK;
-    const auto found = profiles_.find(std::u16string(gk.bstrVal, SysStringLen(gk.bstrVal)));
+    const auto found = profiles_.find(OleText(gk.bstrVal, SysStringLen(gk.bstrVal)));
     if (found != profiles_.end()) {
         found->second->AddRef();
         *ppUnk = found->second;

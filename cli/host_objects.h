@@ -128,7 +128,7 @@ public:
     STDMETHODIMP Progress(LONG) override { return S_OK; }
 
 private:
-    std::map<std::u16string, IUnknown*> profiles_;
+    std::map<OleText, IUnknown*> profiles_;
 };
 
 }  // namespace cli

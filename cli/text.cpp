@@ -4,8 +4,8 @@
 
 namespace cli {
 
-std::u16string Utf16(std::string_view utf8) {
-    std::u16string out;
+OleText Utf16(std::string_view utf8) {
+    OleText out;
     out.reserve(utf8.size());
     for (size_t i = 0; i < utf8.size();) {
         const auto c = static_cast<unsigned char>(utf8[i]);
@@ -30,10 +30,10 @@ std::u16string Utf16(std::string_view utf8) {
         i += extra + 1;
         if (cp >= 0x10000 && cp <= 0x10FFFF) {
             cp -= 0x10000;
-            out.push_back(char16_t(0xD800 + (cp >> 10)));
-            out.push_back(char16_t(0xDC00 + (cp & 0x3FF)));
+            out.push_back(OLECHAR(0xD800 + (cp >> 10)));
+            out.push_back(OLECHAR(0xDC00 + (cp & 0x3FF)));
         } else {
-            out.push_back(cp > 0x10FFFF ? u'\uFFFD' : char16_t(cp));
+            out.push_back(cp > 0x10FFFF ? OLECHAR(0xFFFD) : OLECHAR(cp));
         }
     }
     return out;
@@ -66,7 +66,7 @@ std::string Utf8(const OLECHAR* text, size_t length) {
 }
 
 Bstr::Bstr(std::string_view utf8) {
-    const std::u16string wide = Utf16(utf8);
+    const OleText wide = Utf16(utf8);
     value_ = SysAllocStringLen(wide.data(), UINT(wide.size()));
 }
 

@@ -9,7 +9,10 @@
 
 namespace cli {
 
-std::u16string Utf16(std::string_view utf8);
+// A 16-bit text in the components' own character type.
+using OleText = std::basic_string<OLECHAR>;
+
+OleText Utf16(std::string_view utf8);
 std::string Utf8(const OLECHAR* text, size_t length);
 inline std::string Utf8(BSTR text) { return text ? Utf8(text, SysStringLen(text)) : std::string(); }
 

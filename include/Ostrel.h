@@ -9,6 +9,7 @@
 #include <windows.h>
 #include <ole2.h>
 #include <ocidl.h>
+#include <olectl.h>
 
 #include "OstrelLib.h"
 

@@ -4,9 +4,15 @@
 #include <gtest/gtest.h>
 
 #include <windows.h>
+#include <ole2.h>
+#include <ocidl.h>
+#include <olectl.h>
 
 #include <cstdio>
 #include <string>
+
+// A 16-bit text in the platform's own character type.
+using OleString = std::basic_string<OLECHAR>;
 
 namespace test {
 

@@ -13,7 +13,7 @@ namespace ostrel {
 
 SourceRecord::SourceRecord(IUnknown* source) : iid_(IID_IUnknown), itf_(source), owned_(true) {
     VariantInit(&key_);
-    VariantCopy(&key_, &vtEmpty);
+    CopyVariant(&key_, &vtEmpty);
 }
 
 SourceRecord::SourceRecord(SourceRecord&& other) noexcept

@@ -10,26 +10,26 @@ namespace {
 struct Value {
     bool present = false;
     DWORD type = REG_SZ;
-    std::u16string text;
+    WString text;
     DWORD number = 0;
 };
 
 struct ScriptKey {
     enum class Kind { Normal, ForceRemove, NoRemove } kind = Kind::Normal;
-    std::u16string name;
+    WString name;
     Value value;
-    std::vector<std::pair<std::u16string, Value>> named;
+    std::vector<std::pair<WString, Value>> named;
     std::vector<ScriptKey> subkeys;
 };
 
 class Parser {
 public:
-    explicit Parser(const std::u16string& text) : text_(text) {}
+    explicit Parser(const WString& text) : text_(text) {}
 
     // The roots and their keys; false when the script does not parse.
     bool Script(std::vector<std::pair<HKEY, ScriptKey>>& roots) {
         for (;;) {
-            std::u16string word;
+            WString word;
             if (!Token(word)) return AtEnd();
             HKEY root = Root(word);
             ScriptKey top;
@@ -39,33 +39,33 @@ public:
     }
 
 private:
-    static HKEY Root(const std::u16string& name) {
-        if (name == u"HKCR" || name == u"HKEY_CLASSES_ROOT") return HKEY_CLASSES_ROOT;
-        if (name == u"HKCU" || name == u"HKEY_CURRENT_USER") return HKEY_CURRENT_USER;
-        if (name == u"HKLM" || name == u"HKEY_LOCAL_MACHINE") return HKEY_LOCAL_MACHINE;
+    static HKEY Root(const WString& name) {
+        if (name == OLESTR("HKCR") || name == OLESTR("HKEY_CLASSES_ROOT")) return HKEY_CLASSES_ROOT;
+        if (name == OLESTR("HKCU") || name == OLESTR("HKEY_CURRENT_USER")) return HKEY_CURRENT_USER;
+        if (name == OLESTR("HKLM") || name == OLESTR("HKEY_LOCAL_MACHINE")) return HKEY_LOCAL_MACHINE;
         return nullptr;
     }
 
     void SkipSpace() {
-        while (pos_ < text_.size() && (text_[pos_] == u' ' || text_[pos_] == u'\t' || text_[pos_] == u'\r' ||
-                                       text_[pos_] == u'\n'))
+        while (pos_ < text_.size() && (text_[pos_] == OLESTR(' ') || text_[pos_] == OLESTR('\t') || text_[pos_] == OLESTR('\r') ||
+                                       text_[pos_] == OLESTR('\n')))
             ++pos_;
     }
     bool AtEnd() {
         SkipSpace();
         return pos_ == text_.size();
     }
-    bool Peek(char16_t c) {
+    bool Peek(OLECHAR c) {
         SkipSpace();
-        return pos_ < text_.size() && text_[pos_] == c && (c == u'=' || Standalone(pos_));
+        return pos_ < text_.size() && text_[pos_] == c && (c == OLESTR('=') || Standalone(pos_));
     }
     // A brace followed by white space or the end is a block's brace; one
     // that runs on into a word starts a name, as class identifiers do.
     bool Standalone(size_t at) const {
-        return at + 1 >= text_.size() || text_[at + 1] == u' ' || text_[at + 1] == u'\t' ||
-               text_[at + 1] == u'\r' || text_[at + 1] == u'\n';
+        return at + 1 >= text_.size() || text_[at + 1] == OLESTR(' ') || text_[at + 1] == OLESTR('\t') ||
+               text_[at + 1] == OLESTR('\r') || text_[at + 1] == OLESTR('\n');
     }
-    bool Expect(char16_t c) {
+    bool Expect(OLECHAR c) {
         if (!Peek(c)) return false;
         ++pos_;
         return true;
@@ -74,17 +74,17 @@ private:
     // A bare word or a quoted text ('' inside quotes is one quote). A block's
     // braces and '=' are tokens of their own; a word runs to white space or
     // '='.
-    bool Token(std::u16string& out, bool* quoted = nullptr) {
+    bool Token(WString& out, bool* quoted = nullptr) {
         SkipSpace();
         out.clear();
-        if (pos_ >= text_.size() || text_[pos_] == u'=') return false;
-        if ((text_[pos_] == u'{' || text_[pos_] == u'}') && Standalone(pos_)) return false;
-        if (text_[pos_] == u'\'') {
+        if (pos_ >= text_.size() || text_[pos_] == OLESTR('=')) return false;
+        if ((text_[pos_] == OLESTR('{') || text_[pos_] == OLESTR('}')) && Standalone(pos_)) return false;
+        if (text_[pos_] == OLESTR('\'')) {
             if (quoted) *quoted = true;
             for (++pos_; pos_ < text_.size(); ++pos_) {
-                if (text_[pos_] == u'\'') {
-                    if (pos_ + 1 < text_.size() && text_[pos_ + 1] == u'\'') {
-                        out += u'\'';
+                if (text_[pos_] == OLESTR('\'')) {
+                    if (pos_ + 1 < text_.size() && text_[pos_ + 1] == OLESTR('\'')) {
+                        out += OLESTR('\'');
                         ++pos_;
                         continue;
                     }
@@ -96,26 +96,26 @@ private:
             return false;  // unterminated
         }
         if (quoted) *quoted = false;
-        while (pos_ < text_.size() && text_[pos_] > u' ' && text_[pos_] != u'=' && text_[pos_] != u'\'')
+        while (pos_ < text_.size() && text_[pos_] > OLESTR(' ') && text_[pos_] != OLESTR('=') && text_[pos_] != OLESTR('\''))
             out += text_[pos_++];
         return !out.empty();
     }
 
     bool ParseValue(Value& value) {
-        std::u16string kind, data;
+        WString kind, data;
         bool quoted = false;
         if (!Token(kind) || !Token(data, &quoted)) return false;
         value.present = true;
-        if (kind == u"s") {
+        if (kind == OLESTR("s")) {
             value.type = REG_SZ;
             value.text = data;
             return quoted;
         }
-        if (kind == u"d") {
+        if (kind == OLESTR("d")) {
             value.type = REG_DWORD;
             unsigned long long n = 0;
-            for (char16_t c : data) {
-                if (c < u'0' || c > u'9' || (n = n * 10 + unsigned(c - u'0')) > 0xFFFFFFFFull) return false;
+            for (OLECHAR c : data) {
+                if (c < OLESTR('0') || c > OLESTR('9') || (n = n * 10 + unsigned(c - OLESTR('0'))) > 0xFFFFFFFFull) return false;
             }
             value.number = DWORD(n);
             return !data.empty();
@@ -125,51 +125,51 @@ private:
 
     // '{' then keys and named values up to '}'.
     bool Block(ScriptKey& key) {
-        if (!Expect(u'{')) return false;
-        while (!Peek(u'}')) {
-            std::u16string word;
+        if (!Expect(OLESTR('{'))) return false;
+        while (!Peek(OLESTR('}'))) {
+            WString word;
             bool quoted = false;
             if (!Token(word, &quoted)) return false;
-            if (!quoted && word == u"val") {
-                std::u16string name;
+            if (!quoted && word == OLESTR("val")) {
+                WString name;
                 Value value;
-                if (!Token(name) || !Expect(u'=') || !ParseValue(value)) return false;
+                if (!Token(name) || !Expect(OLESTR('=')) || !ParseValue(value)) return false;
                 key.named.emplace_back(std::move(name), std::move(value));
                 continue;
             }
             ScriptKey sub;
-            if (!quoted && (word == u"ForceRemove" || word == u"NoRemove")) {
-                sub.kind = word == u"ForceRemove" ? ScriptKey::Kind::ForceRemove : ScriptKey::Kind::NoRemove;
+            if (!quoted && (word == OLESTR("ForceRemove") || word == OLESTR("NoRemove"))) {
+                sub.kind = word == OLESTR("ForceRemove") ? ScriptKey::Kind::ForceRemove : ScriptKey::Kind::NoRemove;
                 if (!Token(word)) return false;
             }
             sub.name = word;
-            if (Peek(u'=')) {
+            if (Peek(OLESTR('='))) {
                 ++pos_;
                 if (!ParseValue(sub.value)) return false;
             }
-            if (Peek(u'{') && !Block(sub)) return false;
+            if (Peek(OLESTR('{')) && !Block(sub)) return false;
             key.subkeys.push_back(std::move(sub));
         }
         ++pos_;  // the closing brace
         return true;
     }
 
-    const std::u16string& text_;
+    const WString& text_;
     size_t pos_ = 0;
 };
 
 // The script with %NAME% replaced; false for an unknown or unclosed name.
-bool Replace(const std::u16string& script, const Replacements& replacements, std::u16string& out) {
+bool Replace(const WString& script, const Replacements& replacements, WString& out) {
     for (size_t i = 0; i < script.size(); ++i) {
-        if (script[i] != u'%') {
+        if (script[i] != OLESTR('%')) {
             out += script[i];
             continue;
         }
-        const size_t close = script.find(u'%', i + 1);
-        if (close == std::u16string::npos) return false;
-        const std::u16string name = script.substr(i + 1, close - i - 1);
+        const size_t close = script.find(OLESTR('%'), i + 1);
+        if (close == WString::npos) return false;
+        const WString name = script.substr(i + 1, close - i - 1);
         if (name.empty()) {
-            out += u'%';
+            out += OLESTR('%');
         } else {
             auto found = replacements.find(name);
             if (found == replacements.end()) return false;
@@ -180,11 +180,11 @@ bool Replace(const std::u16string& script, const Replacements& replacements, std
     return true;
 }
 
-LSTATUS SetValue(HKEY key, const char16_t* name, const Value& value) {
+LSTATUS SetValue(HKEY key, const OLECHAR* name, const Value& value) {
     if (value.type == REG_DWORD)
         return RegSetValueExW(key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value.number), sizeof(DWORD));
     return RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.text.c_str()),
-                          DWORD((value.text.size() + 1) * sizeof(char16_t)));
+                          DWORD((value.text.size() + 1) * sizeof(OLECHAR)));
 }
 
 HRESULT FromStatus(LSTATUS status) { return status == ERROR_SUCCESS ? S_OK : HRESULT_FROM_WIN32(DWORD(status)); }
@@ -240,9 +240,9 @@ HRESULT Unregister(HKEY parent, const ScriptKey& key) {
 
 }  // namespace
 
-HRESULT RunRegistryScript(const std::u16string& script, const Replacements& replacements, bool registering) {
+HRESULT RunRegistryScript(const WString& script, const Replacements& replacements, bool registering) {
     try {
-        std::u16string text;
+        WString text;
         std::vector<std::pair<HKEY, ScriptKey>> roots;
         if (!Replace(script, replacements, text) || !Parser(text).Script(roots))
             return HRESULT_FROM_WIN32(ERROR_INVALID_DATA);

@@ -29,14 +29,16 @@
 
 #include <windows.h>
 
+#include "foundation/text.h"
+
 namespace ostrel {
 
-using Replacements = std::map<std::u16string, std::u16string>;
+using Replacements = std::map<WString, WString>;
 
 // S_OK, the registry's failure as an HRESULT (the first one ends a
 // registration), or HRESULT_FROM_WIN32(ERROR_INVALID_DATA) for a script that
 // does not parse, in which case nothing is changed. Unregistration carries on
 // past failures and reports the first.
-HRESULT RunRegistryScript(const std::u16string& script, const Replacements& replacements, bool registering);
+HRESULT RunRegistryScript(const WString& script, const Replacements& replacements, bool registering);
 
 }  // namespace ostrel

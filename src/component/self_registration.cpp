@@ -12,16 +12,16 @@ namespace {
 
 // The script puts %MODULE% inside single quotes, where a quote is written
 // twice; a folder named with a quote would otherwise end the text early.
-std::u16string QuotedText(const std::u16string& text) {
-    std::u16string out;
-    for (char16_t c : text) {
+WString QuotedText(const WString& text) {
+    WString out;
+    for (OLECHAR c : text) {
         out += c;
-        if (c == u'\'') out += u'\'';
+        if (c == OLESTR('\'')) out += OLESTR('\'');
     }
     return out;
 }
 
-std::u16string GuidText(REFGUID guid) {
+WString GuidText(REFGUID guid) {
     OLECHAR text[40];
     StringFromGUID2(guid, text, 40);
     return text;
@@ -32,9 +32,9 @@ HRESULT LastError() {
     return error ? HRESULT_FROM_WIN32(error) : E_FAIL;
 }
 
-std::u16string Folder(const std::u16string& path) {
-    const size_t slash = path.find_last_of(u"/\\");
-    return slash == std::u16string::npos ? std::u16string() : path.substr(0, slash);
+WString Folder(const WString& path) {
+    const size_t slash = path.find_last_of(OLESTR("/\\"));
+    return slash == WString::npos ? WString() : path.substr(0, slash);
 }
 
 using UnRegisterTypeLibFn = HRESULT(WINAPI*)(REFGUID, WORD, WORD, LCID, SYSKIND);
@@ -42,15 +42,15 @@ using UnRegisterTypeLibFn = HRESULT(WINAPI*)(REFGUID, WORD, WORD, LCID, SYSKIND)
 }  // namespace
 
 HRESULT RunClassScripts(std::span<const ClassEntry> classes, const ScriptSource& source,
-                        const std::u16string& modulePath, bool registering) noexcept {
+                        const WString& modulePath, bool registering) noexcept {
     try {
-        Replacements replacements{{u"MODULE", QuotedText(modulePath)}, {u"CLSID", u""}};
+        Replacements replacements{{OLESTR("MODULE"), QuotedText(modulePath)}, {OLESTR("CLSID"), OLESTR("")}};
         unsigned id = kFirstScriptId;
         for (const ClassEntry& entry : classes) {
-            std::u16string script;
+            WString script;
             HRESULT hr = source(id++, script);
             if (SUCCEEDED(hr)) {
-                replacements[u"CLSID"] = GuidText(*entry.clsid);
+                replacements[OLESTR("CLSID")] = GuidText(*entry.clsid);
                 hr = RunRegistryScript(script, replacements, registering);
             }
             if (FAILED(hr) && registering) return hr;
@@ -61,7 +61,7 @@ HRESULT RunClassScripts(std::span<const ClassEntry> classes, const ScriptSource&
     }
 }
 
-HRESULT ModuleScript(HMODULE module, unsigned id, std::u16string& script) noexcept {
+HRESULT ModuleScript(HMODULE module, unsigned id, WString& script) noexcept {
     HRSRC found = FindResourceW(module, MAKEINTRESOURCEW(id), OLESTR("REGISTRY"));
     if (!found) return LastError();
     const auto* bytes = static_cast<const char*>(LockResource(LoadResource(module, found)));
@@ -82,7 +82,7 @@ HRESULT ModuleScript(HMODULE module, unsigned id, std::u16string& script) noexce
     return S_OK;
 }
 
-HRESULT OwnModule(HMODULE& module, std::u16string& path) noexcept {
+HRESULT OwnModule(HMODULE& module, WString& path) noexcept {
     if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
                             reinterpret_cast<LPCWSTR>(&OwnModule), &module)) {
         return LastError();
@@ -103,13 +103,15 @@ HRESULT OwnModule(HMODULE& module, std::u16string& path) noexcept {
     }
 }
 
-HRESULT RegisterTypeLibraryOf(const std::u16string& path) noexcept {
+HRESULT RegisterTypeLibraryOf(const WString& path) noexcept {
     try {
         ITypeLib* library = nullptr;
         HRESULT hr = LoadTypeLib(path.c_str(), &library);
         if (FAILED(hr)) return hr;
-        std::u16string folder = Folder(path);
-        hr = RegisterTypeLib(library, path.c_str(), folder.empty() ? nullptr : folder.c_str());
+        WString folder = Folder(path);
+        // MinGW's headers declare both paths without const; the call reads them only.
+        hr = RegisterTypeLib(library, const_cast<OLECHAR*>(path.c_str()),
+                             folder.empty() ? nullptr : const_cast<OLECHAR*>(folder.c_str()));
         library->Release();
         return hr;
     } catch (const std::bad_alloc&) {
@@ -117,7 +119,7 @@ HRESULT RegisterTypeLibraryOf(const std::u16string& path) noexcept {
     }
 }
 
-void UnregisterTypeLibraryOf(const std::u16string& path) noexcept {
+void UnregisterTypeLibraryOf(const WString& path) noexcept {
     ITypeLib* library = nullptr;
     if (FAILED(LoadTypeLib(path.c_str(), &library))) return;
     TLIBATTR* attributes = nullptr;

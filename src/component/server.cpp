@@ -26,11 +26,11 @@ STDAPI DllCanUnloadNow() { return ModuleLockCount() == 0 ? S_OK : S_FALSE; }
 // library from the library's own file. The first failure ends it.
 STDAPI DllRegisterServer() {
     HMODULE module = nullptr;
-    std::u16string path;
+    WString path;
     HRESULT hr = OwnModule(module, path);
     if (FAILED(hr)) return hr;
     hr = RunClassScripts(
-        ClassTable(), [module](unsigned id, std::u16string& script) { return ModuleScript(module, id, script); }, path,
+        ClassTable(), [module](unsigned id, WString& script) { return ModuleScript(module, id, script); }, path,
         true);
     if (FAILED(hr)) return hr;
     return RegisterTypeLibraryOf(path);
@@ -39,10 +39,10 @@ STDAPI DllRegisterServer() {
 // Removes what registration made, as far as it can; never fails.
 STDAPI DllUnregisterServer() {
     HMODULE module = nullptr;
-    std::u16string path;
+    WString path;
     if (FAILED(OwnModule(module, path))) return S_OK;
     RunClassScripts(
-        ClassTable(), [module](unsigned id, std::u16string& script) { return ModuleScript(module, id, script); }, path,
+        ClassTable(), [module](unsigned id, WString& script) { return ModuleScript(module, id, script); }, path,
         false);
     UnregisterTypeLibraryOf(path);
     return S_OK;

@@ -9,4 +9,10 @@ namespace ostrel {
 // until the library is unloaded.
 extern const VARIANT vtEmpty;
 
+// VariantCopy with its source const, as the platform declares it; MinGW's
+// headers leave the const off, though the call only reads the source.
+inline HRESULT CopyVariant(VARIANT* to, const VARIANT* from) {
+    return VariantCopy(to, const_cast<VARIANT*>(from));
+}
+
 }  // namespace ostrel

@@ -5,6 +5,8 @@
 // and tests compare them with what the platform itself says.
 #include "system_messages.h"
 
+#include <olectl.h>
+
 namespace {
 
 struct SystemMessage {

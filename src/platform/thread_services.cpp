@@ -1,5 +1,6 @@
 #ifndef _WIN32
-// Thread identity and time: GetCurrentThreadId, Sleep, GetTickCount.
+// Thread and process identity and time: GetCurrentThreadId,
+// GetCurrentProcessId, Sleep, GetTickCount.
 #include <windows.h>
 
 #include <sched.h>
@@ -16,6 +17,8 @@ DWORD WINAPI GetCurrentThreadId(void) {
     thread_local const DWORD id = DWORD(gettid());
     return id;
 }
+
+DWORD WINAPI GetCurrentProcessId(void) { return DWORD(getpid()); }
 
 void WINAPI Sleep(DWORD dwMilliseconds) {
     if (dwMilliseconds == 0) {

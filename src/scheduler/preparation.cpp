@@ -11,6 +11,7 @@
 #include "foundation/value_text.h"
 #include "scheduler/outline.h"
 #include "scheduler/scheduler.h"
+#include "foundation/empty_variant.h"
 
 namespace ostrel {
 namespace {
@@ -46,7 +47,7 @@ struct PredecessorEntries {
         entry.tkPred.Level = key.Level;
         std::memcpy(&entry.ptType, &like.ptType, sizeof entry.ptType);
         entry.dblLag = like.dblLag;
-        ThrowIfFailed(VariantCopy(&entry.tkPred.Value, &key.Value));
+        ThrowIfFailed(CopyVariant(&entry.tkPred.Value, &key.Value));
     }
 };
 
@@ -94,7 +95,7 @@ void TVoScheduler::InheritFromAncestor(tagScheduleData& task, tagScheduleData& a
         }
         tagScheduleResource& entry = AppendZeroed(task.psr, task.dwResources, ResourceCount(task));
         entry.dblAssigned = inherited.dblAssigned;
-        ThrowIfFailed(VariantCopy(&entry.rkResource, &inherited.rkResource));
+        ThrowIfFailed(CopyVariant(&entry.rkResource, &inherited.rkResource));
     }
     for (ULONG p = 0; p < PredecessorCount(ancestor); ++p) {
         tagSchedulePredecessor& inherited = ancestor.psp[p];
@@ -111,7 +112,7 @@ void TVoScheduler::InheritFromAncestor(tagScheduleData& task, tagScheduleData& a
         entry.tkPred.Level = inherited.tkPred.Level;
         std::memcpy(&entry.ptType, &inherited.ptType, sizeof entry.ptType);
         entry.dblLag = inherited.dblLag;
-        ThrowIfFailed(VariantCopy(&entry.tkPred.Value, &inherited.tkPred.Value));
+        ThrowIfFailed(CopyVariant(&entry.tkPred.Value, &inherited.tkPred.Value));
     }
     if (ConstraintOf(ancestor) < ConstraintOf(task)) {
         SetConstraint(task, ConstraintOf(ancestor));

@@ -4,12 +4,13 @@
 
 #include "foundation/hresult.h"
 #include "foundation/key_order.h"
+#include "foundation/empty_variant.h"
 
 namespace ostrel {
 
 ResourceKey::ResourceKey(const VARIANT& value) {
     VariantInit(&value_);
-    ThrowIfFailed(VariantCopy(&value_, &value));
+    ThrowIfFailed(CopyVariant(&value_, &value));
 }
 
 ResourceKey::~ResourceKey() { VariantClear(&value_); }

@@ -1,6 +1,7 @@
 #include "scheduler/schedule_message.h"
 
 #include "foundation/hresult.h"
+#include "foundation/empty_variant.h"
 
 namespace ostrel {
 namespace {
@@ -33,7 +34,7 @@ HRESULT CScheduleMessage::copy(tagScheduleMessage* to, const tagScheduleMessage*
     to->tk.Level = from->tk.Level;
     to->dwCookie = from->dwCookie;
     to->Severity = from->Severity;
-    HRESULT hr = VariantCopy(&to->tk.Value, &from->tk.Value);
+    HRESULT hr = CopyVariant(&to->tk.Value, &from->tk.Value);
     if (SUCCEEDED(hr)) hr = CopyText(&to->bstrMessage, from->bstrMessage);
     if (SUCCEEDED(hr)) hr = CopyText(&to->bstrLongMessage, from->bstrLongMessage);
     return hr;

@@ -1,4 +1,5 @@
 #include "scheduler/schedule_records.h"
+#include "foundation/empty_variant.h"
 
 #include <cstring>
 
@@ -37,7 +38,7 @@ HRESULT CopyResources(tagScheduleData* to, const tagScheduleData* from) {
     if (!to->psr) return E_OUTOFMEMORY;
     for (ULONG i = 0; i < from->dwResources; ++i) {
         to->psr[i].dblAssigned = from->psr[i].dblAssigned;
-        HRESULT hr = VariantCopy(&to->psr[i].rkResource, &from->psr[i].rkResource);
+        HRESULT hr = CopyVariant(&to->psr[i].rkResource, &from->psr[i].rkResource);
         if (FAILED(hr)) return hr;
     }
     return S_OK;
@@ -51,7 +52,7 @@ HRESULT CopyPredecessors(tagScheduleData* to, const tagScheduleData* from) {
         to->psp[i].tkPred.Level = from->psp[i].tkPred.Level;
         to->psp[i].ptType = from->psp[i].ptType;
         to->psp[i].dblLag = from->psp[i].dblLag;
-        HRESULT hr = VariantCopy(&to->psp[i].tkPred.Value, &from->psp[i].tkPred.Value);
+        HRESULT hr = CopyVariant(&to->psp[i].tkPred.Value, &from->psp[i].tkPred.Value);
         if (FAILED(hr)) return hr;
     }
     return S_OK;
@@ -68,8 +69,8 @@ HRESULT copy_t<tagScheduleData>::copy(tagScheduleData* to, const tagScheduleData
     to->psi = nullptr;
     to->psr = nullptr;
     to->psp = nullptr;
-    HRESULT hr = VariantCopy(&to->tkKey.Value, &from->tkKey.Value);
-    if (SUCCEEDED(hr)) hr = VariantCopy(&to->tkParent.Value, &from->tkParent.Value);
+    HRESULT hr = CopyVariant(&to->tkKey.Value, &from->tkKey.Value);
+    if (SUCCEEDED(hr)) hr = CopyVariant(&to->tkParent.Value, &from->tkParent.Value);
     if (SUCCEEDED(hr)) hr = CopyIntervals(to, from);
     if (SUCCEEDED(hr)) hr = CopyResources(to, from);
     if (SUCCEEDED(hr)) hr = CopyPredecessors(to, from);

@@ -6,6 +6,7 @@
 #include "foundation/message_numbers.h"
 #include "scheduler/default_calendar.h"
 #include "scheduler/schedule_enums.h"
+#include "foundation/empty_variant.h"
 
 namespace ostrel {
 namespace {
@@ -68,7 +69,7 @@ void TVoScheduler::AddMessage(const tagScheduleData* task, const WString& text) 
         message.SetMessage(text.c_str(), Length(text));
         if (task) {
             message.tk.Level = task->tkKey.Level;
-            ThrowIfFailed(VariantCopy(&message.tk.Value, &task->tkKey.Value));
+            ThrowIfFailed(CopyVariant(&message.tk.Value, &task->tkKey.Value));
             // A prepared task names its set by index; a record the run has
             // not prepared is looked for among the sets.
             const TaskState* state = taskStates_.Of(*task);

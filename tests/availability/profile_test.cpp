@@ -199,7 +199,7 @@ TEST(UnitSums, OperatorsSumRangeRefusalsAndAnEmptyEnumeration) {
     ULONG raw[2];
     std::memcpy(&raw[0], &op, sizeof op);  // read as numbers: 77 is no value of the enumeration
     std::memcpy(&raw[1], &bound, sizeof bound);
-    EXPECT_EQ(std::pair(raw[0], raw[1]), std::pair(77u, 78u));
+    EXPECT_EQ(std::pair(raw[0], raw[1]), (std::pair<ULONG, ULONG>(77, 78)));
     double lowest = 7;
     IUnknown* listed = Listed({{5, 1}});
     for (ULONG op : {ULONG(opNone), ULONG(opAnd), ULONG(opOr), ULONG(opXor), ULONG(6)})

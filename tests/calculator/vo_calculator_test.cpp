@@ -89,9 +89,9 @@ TEST_F(VoCalculatorTest, FailuresEndWithTheFormulaAndLeaveTheVariantAlone) {
 }
 
 TEST_F(VoCalculatorTest, NestingBeyondTheBoundFailsCleanly) {
-    std::u16string deep(5000, u'(');
-    deep += u"1";
-    deep += std::u16string(5000, u')');
+    OleString deep(5000, OLESTR('('));
+    deep += OLESTR("1");
+    deep += OleString(5000, OLESTR(')'));
     test::Var v;
     SetErrorInfo(0, nullptr);
     EXPECT_HR(DISP_E_EXCEPTION, Evaluate(deep.c_str(), &v));
@@ -106,7 +106,7 @@ TEST_F(VoCalculatorTest, OneObjectServesManyThreads) {
         threads.emplace_back([&, t] {
             CoInitializeEx(nullptr, COINIT_MULTITHREADED);
             for (int i = 0; i < 500; ++i) {
-                const std::u16string formula = u"(" + std::u16string(1, char16_t(u'0' + t)) + u"+1)*2";
+                const OleString formula = OLESTR("(") + OleString(1, OLECHAR(OLESTR('0') + t)) + OLESTR("+1)*2");
                 BSTR text = SysAllocString(formula.c_str());
                 VARIANT v;
                 VariantInit(&v);

@@ -1,6 +1,7 @@
 // The command end to end: small projects whose dates are worked out by
 // hand, the built-in example, exit codes, and the calendar and calc
 // commands, all through the components.
+#include <algorithm>
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -149,17 +150,38 @@ TEST(Command, CalendarAndCalc) {
     EXPECT_NE(why.str(), "");
 }
 
+// The program run through the system's shell: cmd.exe on Windows, which
+// reads '/' as a switch and hands back exit codes as they are.
+#ifdef _WIN32
+std::string Program() {
+    std::string path = OSTREL_PROGRAM;
+    std::replace(path.begin(), path.end(), '/', '\\');
+    return path;
+}
+int ExitCode(int status) { return status; }
+constexpr char kNull[] = "NUL";
+FILE* OpenPipe(const std::string& command) { return _popen(command.c_str(), "r"); }
+int ClosePipe(FILE* pipe) { return _pclose(pipe); }
+#else
+std::string Program() { return OSTREL_PROGRAM; }
+int ExitCode(int status) { return WEXITSTATUS(status); }
+constexpr char kNull[] = "/dev/null";
+FILE* OpenPipe(const std::string& command) { return popen(command.c_str(), "r"); }
+int ClosePipe(FILE* pipe) { return pclose(pipe); }
+#endif
+
 TEST(Command, TheProgramItself) {
-    const std::string program = OSTREL_PROGRAM;
-    FILE* pipe = popen((program + " --version").c_str(), "r");
+    const std::string program = Program();
+    const std::string null = kNull;
+    FILE* pipe = OpenPipe(program + " --version");
     ASSERT_NE(pipe, nullptr);
     char line[128] = {};
     ASSERT_NE(std::fgets(line, sizeof line, pipe), nullptr);
     EXPECT_EQ(std::string(line).rfind("ostrel ", 0), 0u);
-    EXPECT_EQ(pclose(pipe), 0);
-    EXPECT_EQ(WEXITSTATUS(std::system((program + " schedule --bogus 2>/dev/null").c_str())), kExitBadInput);
-    EXPECT_EQ(WEXITSTATUS(std::system((program + " generate --tasks 30 -o cli_test_gen.json").c_str())), 0);
-    EXPECT_LE(WEXITSTATUS(std::system((program + " schedule -q cli_test_gen.json >/dev/null").c_str())), 1);
+    EXPECT_EQ(ClosePipe(pipe), 0);
+    EXPECT_EQ(ExitCode(std::system((program + " schedule --bogus 2>" + null).c_str())), kExitBadInput);
+    EXPECT_EQ(ExitCode(std::system((program + " generate --tasks 30 -o cli_test_gen.json").c_str())), 0);
+    EXPECT_LE(ExitCode(std::system((program + " schedule -q cli_test_gen.json >" + null).c_str())), 1);
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ namespace {
 
 using test::Var;
 
-std::u16string Wide(const std::string& s) { return std::u16string(s.begin(), s.end()); }
+OleString Wide(const std::string& s) { return OleString(s.begin(), s.end()); }
 
 template <class T>
 void** Out(T** p) {
@@ -182,7 +182,7 @@ TEST_F(LateBinding, PropertiesNamedArgumentsAndTheScheduler) {
 
 // The library's own file carries the 2.0 library as its TYPELIB resource.
 TEST_F(LateBinding, TheServerCarriesTheTwoZeroLibrary) {
-    const std::u16string server = Wide(OSTREL_SERVER_PATH);
+    const OleString server = Wide(OSTREL_SERVER_PATH);
     ITypeLib* lib = nullptr;
     ASSERT_HR(S_OK, LoadTypeLibEx(server.c_str(), REGKIND_NONE, &lib));
     TLIBATTR* attr = nullptr;
@@ -190,9 +190,9 @@ TEST_F(LateBinding, TheServerCarriesTheTwoZeroLibrary) {
     EXPECT_EQ(attr->wMajorVerNum, 2);
     lib->ReleaseTLibAttr(attr);
     lib->Release();
-    ASSERT_HR(S_OK, LoadTypeLibEx((server + u"\\1").c_str(), REGKIND_NONE, &lib));
+    ASSERT_HR(S_OK, LoadTypeLibEx((server + OLESTR("\\1")).c_str(), REGKIND_NONE, &lib));
     lib->Release();
-    EXPECT_HR(TYPE_E_CANTLOADLIBRARY, LoadTypeLibEx((server + u"\\2").c_str(), REGKIND_NONE, &lib));
+    EXPECT_HR(TYPE_E_CANTLOADLIBRARY, LoadTypeLibEx((server + OLESTR("\\2")).c_str(), REGKIND_NONE, &lib));
 }
 
 }  // namespace

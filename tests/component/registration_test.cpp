@@ -16,7 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::u16string Wide(const std::string& s) { return std::u16string(s.begin(), s.end()); }
+OleString Wide(const std::string& s) { return OleString(s.begin(), s.end()); }
 
 std::string GuidText(REFGUID guid) {
     OLECHAR text[40];
@@ -32,7 +32,7 @@ std::string FileBytes(const std::string& path) {
 }
 
 // A text value under HKEY_CLASSES_ROOT: "(no key)", "(no value)" or the text.
-std::string Text(const std::string& path, const char16_t* value = nullptr) {
+std::string Text(const std::string& path, const OLECHAR* value = nullptr) {
     HKEY key = nullptr;
     if (RegOpenKeyExW(HKEY_CLASSES_ROOT, Wide(path).c_str(), 0, KEY_READ, &key) != ERROR_SUCCESS) return "(no key)";
     OLECHAR text[512] = {};
@@ -49,7 +49,7 @@ fs::path Canonical(const std::string& path) {
     return error ? fs::path(path) : canonical;
 }
 
-bool Exists(const std::string& path) { return Text(path, u"(nothing by this name)") != "(no key)"; }
+bool Exists(const std::string& path) { return Text(path, OLESTR("(nothing by this name)")) != "(no key)"; }
 
 struct ClassRow {
     const CLSID* clsid;
@@ -106,7 +106,7 @@ TEST(Resources, AreTheSourceFilesAndASelfRegisteringVersionBlock) {
     }
 
     // The version block says the library registers itself.
-    HRSRC version = FindResourceW(Library(), MAKEINTRESOURCEW(1), RT_VERSION);
+    HRSRC version = FindResourceW(Library(), MAKEINTRESOURCEW(1), MAKEINTRESOURCEW(16));  // RT_VERSION, wide
     ASSERT_NE(version, nullptr);
     const auto* block = static_cast<const char*>(LockResource(LoadResource(Library(), version)));
     const std::string bytes(block, SizeofResource(Library(), version));
@@ -119,7 +119,7 @@ TEST(Resources, AreTheSourceFilesAndASelfRegisteringVersionBlock) {
     EXPECT_EQ(length, bytes.size());
     EXPECT_EQ(signature, 0xFEEF04BDu);
     EXPECT_EQ(fileVersionHigh, DWORD(OSTREL_VERSION_MAJOR) << 16);
-    const std::u16string key = u"OLESelfRegister";
+    const OleString key = OLESTR("OLESelfRegister");
     EXPECT_NE(bytes.find(std::string(reinterpret_cast<const char*>(key.c_str()), key.size() * 2)), std::string::npos);
 }
 
@@ -141,7 +141,7 @@ TEST(Resources, LoadStringW) {
         SCOPED_TRACE(c.id);
         SCOPED_TRACE(c.size);
         OLECHAR buffer[16];
-        std::fill(std::begin(buffer), std::end(buffer), u'#');
+        std::fill(std::begin(buffer), std::end(buffer), OLESTR('#'));
         buffer[15] = 0;
         EXPECT_EQ(c.expected, LoadStringW(Library(), c.id, buffer, c.size));
         EXPECT_EQ(test::Utf8(buffer), c.text == "-" ? std::string(15, '#') : c.text);
@@ -154,7 +154,7 @@ TEST(Resources, LoadStringW) {
     // Size 0: a read-only pointer to the string in place, not terminated.
     const OLECHAR* inPlace = nullptr;
     ASSERT_EQ(6, LoadStringW(Library(), 100, reinterpret_cast<LPWSTR>(&inPlace), 0));
-    EXPECT_EQ(std::u16string(inPlace, 6), u"Ostrel");
+    EXPECT_EQ(OleString(inPlace, 6), OLESTR("Ostrel"));
 }
 
 TEST_F(Registration, WritesEveryKeyOfEveryClass) {
@@ -175,7 +175,7 @@ TEST_F(Registration, WritesEveryKeyOfEveryClass) {
         EXPECT_EQ(Text(key + "\\VersionIndependentProgID"), c.independentProgId);
         EXPECT_EQ(Text(key + "\\Programmable"), "(no value)");
         EXPECT_EQ(Canonical(Text(key + "\\InprocServer32")), library);
-        EXPECT_EQ(Text(key + "\\InprocServer32", u"ThreadingModel"), c.threading);
+        EXPECT_EQ(Text(key + "\\InprocServer32", OLESTR("ThreadingModel")), c.threading);
 
         // Three identifiers of their own, never the embedded library's.
         const std::string typeLib = Text(key + "\\TypeLib");

@@ -36,7 +36,7 @@ Outcome RunTool(const std::string& arguments, const std::string& environment = "
     return outcome;
 }
 
-bool Registered(const char16_t* progId) {
+bool Registered(const OLECHAR* progId) {
     CLSID clsid = GUID_NULL;
     return CLSIDFromProgID(progId, &clsid) == S_OK;
 }

@@ -26,13 +26,13 @@ const ClassEntry kClasses[] = {{&IID_IUnknown, NoCreate},
 
 // One key per class, named after its resource number; the third script
 // does not parse.
-HRESULT Scripts(unsigned id, std::u16string& script) {
-    script = id == 103 ? u"HKCR { 'Broken = s"
-                       : u"HKCR { 'Class" + std::u16string(1, char16_t(u'0' + id - 100)) + u"' = s '%MODULE%' }";
+HRESULT Scripts(unsigned id, OleString& script) {
+    script = id == 103 ? OLESTR("HKCR { 'Broken = s")
+                       : OLESTR("HKCR { 'Class") + OleString(1, OLECHAR(OLESTR('0') + id - 100)) + OLESTR("' = s '%MODULE%' }");
     return S_OK;
 }
 
-bool Exists(const char16_t* key) {
+bool Exists(const OLECHAR* key) {
     HKEY handle = nullptr;
     if (RegOpenKeyExW(HKEY_CLASSES_ROOT, key, 0, KEY_READ, &handle) != ERROR_SUCCESS) return false;
     RegCloseKey(handle);
@@ -42,14 +42,14 @@ bool Exists(const char16_t* key) {
 TEST(SelfRegistration, StopsAtTheFirstFailureAndUnregistersPastIt) {
     RegDeleteTreeW(HKEY_CLASSES_ROOT, nullptr);
     EXPECT_HR(HRESULT_FROM_WIN32(ERROR_INVALID_DATA),
-              ostrel::RunClassScripts(kClasses, Scripts, u"/opt/o'strel/libOstrel.so", true));
-    EXPECT_TRUE(Exists(u"Class1"));
-    EXPECT_TRUE(Exists(u"Class2"));
-    EXPECT_FALSE(Exists(u"Class4"));  // after the failing third
+              ostrel::RunClassScripts(kClasses, Scripts, OLESTR("/opt/o'strel/libOstrel.so"), true));
+    EXPECT_TRUE(Exists(OLESTR("Class1")));
+    EXPECT_TRUE(Exists(OLESTR("Class2")));
+    EXPECT_FALSE(Exists(OLESTR("Class4")));  // after the failing third
 
     // %MODULE% arrives whole, quote and all.
     HKEY key = nullptr;
-    ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(HKEY_CLASSES_ROOT, u"Class2", 0, KEY_READ, &key));
+    ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(HKEY_CLASSES_ROOT, OLESTR("Class2"), 0, KEY_READ, &key));
     OLECHAR text[64] = {};
     DWORD size = sizeof text;
     EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExW(key, nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(text), &size));
@@ -57,11 +57,11 @@ TEST(SelfRegistration, StopsAtTheFirstFailureAndUnregistersPastIt) {
     EXPECT_EQ(test::Utf8(text), "/opt/o'strel/libOstrel.so");
 
     // Unregistering passes over the broken script and the missing key.
-    RegDeleteKeyW(HKEY_CLASSES_ROOT, u"Class1");
-    EXPECT_HR(S_OK, ostrel::RunClassScripts(kClasses, Scripts, u"/opt/o'strel/libOstrel.so", false));
-    EXPECT_FALSE(Exists(u"Class2"));
-    auto failing = [](unsigned, std::u16string&) { return E_FAIL; };
-    EXPECT_HR(S_OK, ostrel::RunClassScripts(kClasses, failing, u"", false));
+    RegDeleteKeyW(HKEY_CLASSES_ROOT, OLESTR("Class1"));
+    EXPECT_HR(S_OK, ostrel::RunClassScripts(kClasses, Scripts, OLESTR("/opt/o'strel/libOstrel.so"), false));
+    EXPECT_FALSE(Exists(OLESTR("Class2")));
+    auto failing = [](unsigned, OleString&) { return E_FAIL; };
+    EXPECT_HR(S_OK, ostrel::RunClassScripts(kClasses, failing, OLESTR(""), false));
 }
 
 }  // namespace

@@ -87,16 +87,16 @@ TEST(Server, CreationThroughTheRuntime) {
 }
 
 // Sets the default text value of HKEY_CLASSES_ROOT\\subKey.
-void Register(const std::u16string& subKey, const std::u16string& text) {
+void Register(const OleString& subKey, const OleString& text) {
     HKEY key = nullptr;
     ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(HKEY_CLASSES_ROOT, subKey.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS,
                                              nullptr, &key, nullptr));
     RegSetValueExW(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
-                   DWORD((text.size() + 1) * sizeof(char16_t)));
+                   DWORD((text.size() + 1) * sizeof(OLECHAR)));
     RegCloseKey(key);
 }
 
-std::u16string GuidText(REFGUID guid) {
+OleString GuidText(REFGUID guid) {
     OLECHAR text[40];
     StringFromGUID2(guid, text, 40);
     return text;
@@ -111,12 +111,12 @@ TEST(Server, RegisteredClassesAndProgIds) {
     EXPECT_HR(REGDB_E_CLASSNOTREG, ProgIDFromCLSID(CLSID_VoRules, &progId));
     EXPECT_EQ(progId, nullptr);
 
-    const std::u16string rules = u"CLSID\\" + GuidText(CLSID_VoRules);
-    std::u16string server;
-    for (const char* c = OSTREL_SERVER_PATH; *c; ++c) server += char16_t(*c);
-    Register(rules + u"\\InprocServer32", server);
-    Register(rules + u"\\ProgID", u"VoAvl.VoRules.1");
-    Register(u"VoAvl.VoRules.1\\CLSID", GuidText(CLSID_VoRules));
+    const OleString rules = OLESTR("CLSID\\") + GuidText(CLSID_VoRules);
+    OleString server;
+    for (const char* c = OSTREL_SERVER_PATH; *c; ++c) server += OLECHAR(*c);
+    Register(rules + OLESTR("\\InprocServer32"), server);
+    Register(rules + OLESTR("\\ProgID"), OLESTR("VoAvl.VoRules.1"));
+    Register(OLESTR("VoAvl.VoRules.1\\CLSID"), GuidText(CLSID_VoRules));
 
     EXPECT_HR(S_OK, CLSIDFromProgID(OLESTR("voavl.vorules.1"), &clsid));  // ProgIDs ignore case
     EXPECT_TRUE(IsEqualGUID(clsid, CLSID_VoRules));
@@ -133,7 +133,7 @@ TEST(Server, RegisteredClassesAndProgIds) {
     rulesObject->Release();
 
     // A registered class whose library is gone fails with the loader's code.
-    Register(u"CLSID\\" + GuidText(IID_IVoRules) + u"\\InprocServer32", u"/nonexistent/libGone.so");
+    Register(OLESTR("CLSID\\") + GuidText(IID_IVoRules) + OLESTR("\\InprocServer32"), OLESTR("/nonexistent/libGone.so"));
     void* p = reinterpret_cast<void*>(1);
     EXPECT_HR(HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND),
               CoCreateInstance(IID_IVoRules, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, &p));

@@ -20,7 +20,7 @@ VARIANT Make(VARTYPE vt, LONGLONG bits = 0, double real = 0) {
 }
 
 TEST(VarToW, FormatsEachAcceptedType) {
-    const OLECHAR withNul[] = {u'a', u'\u00e9', 0, u'z'};
+    const OLECHAR withNul[] = {OLESTR('a'), OLESTR('\u00e9'), 0, OLESTR('z')};
     test::Var text;
     text.vt = VT_BSTR;
     text.bstrVal = SysAllocStringLen(withNul, 4);

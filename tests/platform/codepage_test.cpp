@@ -5,23 +5,23 @@
 
 namespace {
 
-std::u16string ToWide(UINT page, const std::string& bytes, DWORD flags = 0) {
-    std::u16string out(bytes.size() + 2, u'\0');
+OleString ToWide(UINT page, const std::string& bytes, DWORD flags = 0) {
+    OleString out(bytes.size() + 2, OLESTR('\0'));
     out.resize(size_t(MultiByteToWideChar(page, flags, bytes.data(), int(bytes.size()), out.data(), int(out.size()))));
     return out;
 }
 
-std::string ToBytes(UINT page, const std::u16string& wide, BOOL* usedDefault = nullptr, const char* defaultChar = nullptr) {
+std::string ToBytes(UINT page, const OleString& wide, BOOL* usedDefault = nullptr, const char* defaultChar = nullptr) {
     std::string out(wide.size() * 4 + 4, '\0');
     out.resize(size_t(WideCharToMultiByte(page, 0, wide.data(), int(wide.size()), out.data(), int(out.size()),
                                           defaultChar, usedDefault)));
     return test::Escaped(out);
 }
 
-std::string Units(const std::u16string& s) {
+std::string Units(const OleString& s) {
     std::string out;
     char b[8];
-    for (char16_t c : s) std::snprintf(b, sizeof b, " %04X", unsigned(c)), out += b;
+    for (OLECHAR c : s) std::snprintf(b, sizeof b, " %04X", unsigned(c)), out += b;
     return out;
 }
 
@@ -55,7 +55,7 @@ TEST(CodePage, Utf8RoundTripsAndReplacesMalformedSequences) {
     EXPECT_EQ(ToBytes(CP_UTF8, OLESTR("a\u00E9\u20AC\U0001F600")), "a\\xC3\\xA9\\xE2\\x82\\xAC\\xF0\\x9F\\x98\\x80");
     // Each malformed piece is one U+FFFD; a lone surrogate is one too.
     EXPECT_EQ(Units(ToWide(CP_UTF8, "a\xFF" "b\xE2\x82" "c\xC0\xAF")), Units(OLESTR("a\uFFFDb\uFFFDc\uFFFD\uFFFD")));
-    EXPECT_EQ(ToBytes(CP_UTF8, {u'a', char16_t(0xD83D), u'b'}), "a\\xEF\\xBF\\xBDb");
+    EXPECT_EQ(ToBytes(CP_UTF8, {OLESTR('a'), OLECHAR(0xD83D), OLESTR('b')}), "a\\xEF\\xBF\\xBDb");
 }
 
 TEST(CodePage, SizesFailuresAndTheirErrors) {
@@ -67,7 +67,7 @@ TEST(CodePage, SizesFailuresAndTheirErrors) {
     EXPECT_EQ(WideCharToMultiByte(CP_UTF8, 0, OLESTR("\u20AC"), 1, nullptr, 0, nullptr, nullptr), 3);
 
     BOOL used = FALSE;
-    const std::u16string lone = {u'a', char16_t(0xDC00)};
+    const OleString lone = {OLESTR('a'), OLECHAR(0xDC00)};
     const std::pair<std::function<int()>, DWORD> cases[] = {
         {[&] { return MultiByteToWideChar(CP_ACP, 0, "abc", -1, wide, 3); }, ERROR_INSUFFICIENT_BUFFER},
         {[&] { return WideCharToMultiByte(CP_UTF8, 0, OLESTR("\u20AC"), 1, bytes, 2, nullptr, nullptr); },

@@ -95,7 +95,7 @@ public:
     HRESULT STDMETHODCALLTYPE Evaluate(BSTR formula, VARIANT* result) override {
         VariantInit(result);
         result->vt = VT_BSTR;
-        result->bstrVal = SysAllocString((std::u16string(u"=") + formula).c_str());
+        result->bstrVal = SysAllocString((OleString(OLESTR("=")) + formula).c_str());
         return S_OK;
     }
 };
@@ -139,7 +139,7 @@ class InvokeTest : public ::testing::Test {
 protected:
     void SetUp() override {
         const std::string file = OSTREL_TYPELIB_FILE;
-        ASSERT_HR(S_OK, LoadTypeLibEx(std::u16string(file.begin(), file.end()).c_str(), REGKIND_NONE, &lib));
+        ASSERT_HR(S_OK, LoadTypeLibEx(OleString(file.begin(), file.end()).c_str(), REGKIND_NONE, &lib));
     }
     void TearDown() override {
         if (lib) lib->Release();

@@ -4,6 +4,11 @@
 
 #include "system_test_support.h"
 
+// MinGW's winerror.h lacks it.
+#ifndef ERROR_NO_WORK_DONE
+#define ERROR_NO_WORK_DONE 235L
+#endif
+
 namespace {
 
 constexpr DWORD kModule = FORMAT_MESSAGE_FROM_HMODULE, kSystem = FORMAT_MESSAGE_FROM_SYSTEM,
@@ -19,7 +24,10 @@ std::string Error(DWORD error) { return "<error " + test::Hex(HRESULT(error)) + 
 std::string Format(DWORD flags, LPCVOID source, DWORD id, const DWORD_PTR* args = nullptr, DWORD language = 0) {
     char buffer[1024];
     SetLastError(0);
-    DWORD n = FormatMessageA(flags, source, id, language, buffer, sizeof buffer, const_cast<DWORD_PTR*>(args));
+    // With FORMAT_MESSAGE_ARGUMENT_ARRAY the last parameter is an array, which
+    // the platform declares as va_list*.
+    DWORD n = FormatMessageA(flags, source, id, language, buffer, sizeof buffer,
+                             reinterpret_cast<va_list*>(const_cast<DWORD_PTR*>(args)));
     return Result(n, buffer);
 }
 

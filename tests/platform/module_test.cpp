@@ -1,7 +1,5 @@
 // Modules: the search for plain names, load counting, exports, file names
 // and the errors for modules that are missing or are not modules.
-#include <unistd.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -14,7 +12,7 @@ namespace fs = std::filesystem;
 
 struct Folder {  // a fresh folder, removed again afterwards
     fs::path path;
-    explicit Folder(const std::string& name) : path(fs::temp_directory_path() / (name + std::to_string(getpid()))) {
+    explicit Folder(const std::string& name) : path(fs::temp_directory_path() / (name + std::to_string(GetCurrentProcessId()))) {
         fs::create_directories(path);
     }
     ~Folder() {
@@ -22,6 +20,15 @@ struct Folder {  // a fresh folder, removed again afterwards
         fs::remove_all(path, ignored);
     }
 };
+
+// The process's PATH, which the module search reads, as the system keeps it.
+#ifdef _WIN32
+constexpr char kPathSeparator = ';';
+void SetPath(const std::string& value) { _putenv_s("PATH", value.c_str()); }
+#else
+constexpr char kPathSeparator = ':';
+void SetPath(const std::string& value) { setenv("PATH", value.c_str(), 1); }
+#endif
 
 std::string FileName(HMODULE module) {
     char name[4096];
@@ -86,7 +93,7 @@ TEST(Module, FileNamesAreTruncatedAndTerminated) {
     WCHAR wide[4096];
     DWORD n = GetModuleFileNameW(nullptr, wide, 4096);
     EXPECT_LAST_ERROR(ERROR_SUCCESS);
-    EXPECT_EQ(test::Utf8(std::u16string(wide, n)), full);  // an ASCII path in the build tree
+    EXPECT_EQ(test::Utf8(OleString(wide, n)), full);  // an ASCII path in the build tree
 }
 
 TEST(Module, SearchGoesOnToTheCurrentFolderThenPath) {
@@ -97,10 +104,10 @@ TEST(Module, SearchGoesOnToTheCurrentFolderThenPath) {
     const fs::path previousFolder = fs::current_path();
     const std::string previousPath = getenv("PATH") ? getenv("PATH") : "";
     fs::current_path(current.path);
-    setenv("PATH", (onPath.path.string() + ":" + previousPath).c_str(), 1);
+    SetPath(onPath.path.string() + kPathSeparator + previousPath);
     HMODULE modules[] = {LoadLibraryA("CwdModule.dll"), LoadLibraryA("PathModule"), LoadLibraryA("TestMessages.dll")};
     fs::current_path(previousFolder);
-    setenv("PATH", previousPath.c_str(), 1);
+    SetPath(previousPath);
 
     const fs::path expected[] = {current.path / "CwdModule.dll", onPath.path / "PathModule.dll", OSTREL_TEST_MESSAGES};
     for (int i = 0; i < 3; ++i) {
@@ -116,9 +123,9 @@ TEST(Module, MissingModulesAndFilesThatAreNoModules) {
     fs::create_directory(folder.path / "Folder.dll");
     for (const auto& [name, error] : {std::pair<std::string, DWORD>{"NoSuchModule.dll", ERROR_MOD_NOT_FOUND},
                                       {"", ERROR_MOD_NOT_FOUND},
-                                      {folder.path / "NoSuchModule.dll", ERROR_MOD_NOT_FOUND},
-                                      {folder.path / "Folder.dll", ERROR_MOD_NOT_FOUND},
-                                      {folder.path / "Garbage.dll", ERROR_BAD_EXE_FORMAT}}) {
+                                      {(folder.path / "NoSuchModule.dll").string(), ERROR_MOD_NOT_FOUND},
+                                      {(folder.path / "Folder.dll").string(), ERROR_MOD_NOT_FOUND},
+                                      {(folder.path / "Garbage.dll").string(), ERROR_BAD_EXE_FORMAT}}) {
         SetLastError(0);
         EXPECT_EQ(LoadLibraryA(name.c_str()), nullptr) << name;
         EXPECT_LAST_ERROR(error) << name;

@@ -1,5 +1,10 @@
 // TestMessages.dll: a message table written out by hand in the platform's
 // MESSAGE_RESOURCE_DATA layout, so its reading is tested apart from ostrel-mc.
+// On Windows the same bytes come from test_messages_module.rc.
+#ifdef _WIN32
+#define TEST_EXPORT __declspec(dllexport)
+#else
+#define TEST_EXPORT __attribute__((visibility("default")))
 #include <cstddef>
 #include <cstdint>
 
@@ -64,6 +69,7 @@ OSTREL_RESOURCE_TABLE = {
     {OSTREL_RT_MESSAGETABLE, 1, &kTable, sizeof kTable},
     {nullptr, 0, nullptr, 0},
 };
+#endif
 
 // An export of the module's own, for GetProcAddress.
-extern "C" __attribute__((visibility("default"))) int TestMessagesAnswer() { return 42; }
+extern "C" TEST_EXPORT int TestMessagesAnswer() { return 42; }

@@ -9,14 +9,14 @@
 
 namespace {
 
-std::u16string Wide(const std::string& s) { return std::u16string(s.begin(), s.end()); }
-const std::u16string kV2 = Wide(OSTREL_TYPELIB_FILE);
-const std::u16string kV1 = Wide(OSTREL_TYPELIB_V1_FILE);
-const std::u16string kLib = u"TypeLib\\{82E2242C-FCC0-4C2E-AB32-0060A2BD3CA9}";
-const std::u16string kRules = u"Interface\\{D2396346-EAC5-44D3-A802-8BDA45FB03FF}";
+OleString Wide(const std::string& s) { return OleString(s.begin(), s.end()); }
+const OleString kV2 = Wide(OSTREL_TYPELIB_FILE);
+const OleString kV1 = Wide(OSTREL_TYPELIB_V1_FILE);
+const OleString kLib = OLESTR("TypeLib\\{82E2242C-FCC0-4C2E-AB32-0060A2BD3CA9}");
+const OleString kRules = OLESTR("Interface\\{D2396346-EAC5-44D3-A802-8BDA45FB03FF}");
 
 // A key's string value, or "<none>" when the key or value is missing.
-std::string Value(const std::u16string& key, const OLECHAR* name = nullptr) {
+std::string Value(const OleString& key, const OLECHAR* name = nullptr) {
     HKEY k = nullptr;
     if (RegOpenKeyExW(HKEY_CLASSES_ROOT, key.c_str(), 0, KEY_READ, &k) != ERROR_SUCCESS) return "<none>";
     OLECHAR buffer[512] = {};
@@ -26,18 +26,19 @@ std::string Value(const std::u16string& key, const OLECHAR* name = nullptr) {
     return status == ERROR_SUCCESS ? test::Utf8(buffer) : "<none>";
 }
 
-bool KeyExists(const std::u16string& key) {
+bool KeyExists(const OleString& key) {
     HKEY k = nullptr;
     if (RegOpenKeyExW(HKEY_CLASSES_ROOT, key.c_str(), 0, KEY_READ, &k) != ERROR_SUCCESS) return false;
     RegCloseKey(k);
     return true;
 }
 
-HRESULT Register(const std::u16string& file, const OLECHAR* helpDir) {
+HRESULT Register(const OleString& file, const OLECHAR* helpDir) {
     ITypeLib* lib = nullptr;
     HRESULT hr = LoadTypeLibEx(file.c_str(), REGKIND_NONE, &lib);
     if (FAILED(hr)) return hr;
-    hr = RegisterTypeLib(lib, file.c_str(), helpDir);
+    // MinGW's headers declare the paths without const.
+    hr = RegisterTypeLib(lib, const_cast<OLECHAR*>(file.c_str()), const_cast<OLECHAR*>(helpDir));
     lib->Release();
     return hr;
 }
@@ -59,35 +60,35 @@ protected:
     // Everything a registration of the library writes.
     void TearDown() override {
         RegDeleteTreeW(HKEY_CLASSES_ROOT, kLib.c_str());
-        for (const char16_t* itf : {u"{D2396346-EAC5-44D3-A802-8BDA45FB03FF}", u"{1A2D7C78-295C-4A33-9A63-6D02C7133569}",
-                                    u"{57FCACA4-2EFE-4E47-9EA9-97CDA39A1B12}", u"{6AC069D4-9FE7-4F09-B93D-B06909E189CC}"}) {
-            RegDeleteTreeW(HKEY_CLASSES_ROOT, (std::u16string(u"Interface\\") + itf).c_str());
+        for (const OLECHAR* itf : {OLESTR("{D2396346-EAC5-44D3-A802-8BDA45FB03FF}"), OLESTR("{1A2D7C78-295C-4A33-9A63-6D02C7133569}"),
+                                    OLESTR("{57FCACA4-2EFE-4E47-9EA9-97CDA39A1B12}"), OLESTR("{6AC069D4-9FE7-4F09-B93D-B06909E189CC}")}) {
+            RegDeleteTreeW(HKEY_CLASSES_ROOT, (OleString(OLESTR("Interface\\")) + itf).c_str());
         }
     }
 };
 
 TEST_F(TypeLibRegistration, WritesThePlatformsKeys) {
-    ASSERT_HR(S_OK, Register(kV2, u"/opt/help"));
-    EXPECT_EQ(Value(kLib + u"\\2.0"), "Marrowby Type Library 2.0");
-    EXPECT_EQ(Value(kLib + u"\\2.0\\409\\win64"), OSTREL_TYPELIB_FILE);
-    EXPECT_EQ(Value(kLib + u"\\2.0\\FLAGS"), "0");
-    EXPECT_EQ(Value(kLib + u"\\2.0\\HELPDIR"), "/opt/help");
+    ASSERT_HR(S_OK, Register(kV2, OLESTR("/opt/help")));
+    EXPECT_EQ(Value(kLib + OLESTR("\\2.0")), "Marrowby Type Library 2.0");
+    EXPECT_EQ(Value(kLib + OLESTR("\\2.0\\409\\win64")), OSTREL_TYPELIB_FILE);
+    EXPECT_EQ(Value(kLib + OLESTR("\\2.0\\FLAGS")), "0");
+    EXPECT_EQ(Value(kLib + OLESTR("\\2.0\\HELPDIR")), "/opt/help");
     EXPECT_EQ(Value(kRules), "IVoRules");
-    EXPECT_EQ(Value(kRules + u"\\ProxyStubClsid32"), "{00020424-0000-0000-C000-000000000046}");
-    EXPECT_EQ(Value(kRules + u"\\ProxyStubClsid"), "{00020424-0000-0000-C000-000000000046}");
-    EXPECT_EQ(Value(kRules + u"\\TypeLib"), "{82E2242C-FCC0-4C2E-AB32-0060A2BD3CA9}");
-    EXPECT_EQ(Value(kRules + u"\\TypeLib", u"Version"), "2.0");
+    EXPECT_EQ(Value(kRules + OLESTR("\\ProxyStubClsid32")), "{00020424-0000-0000-C000-000000000046}");
+    EXPECT_EQ(Value(kRules + OLESTR("\\ProxyStubClsid")), "{00020424-0000-0000-C000-000000000046}");
+    EXPECT_EQ(Value(kRules + OLESTR("\\TypeLib")), "{82E2242C-FCC0-4C2E-AB32-0060A2BD3CA9}");
+    EXPECT_EQ(Value(kRules + OLESTR("\\TypeLib"), OLESTR("Version")), "2.0");
     // Only interfaces automation can marshal: not the custom lock interface.
-    EXPECT_FALSE(KeyExists(u"Interface\\{E9B6496D-52C4-4D26-934E-78C9FCF35045}"));
-    EXPECT_FALSE(KeyExists(u"Interface\\{F88C6032-DE4C-43FD-A462-D47CE8083953}"));
+    EXPECT_FALSE(KeyExists(OLESTR("Interface\\{E9B6496D-52C4-4D26-934E-78C9FCF35045}")));
+    EXPECT_FALSE(KeyExists(OLESTR("Interface\\{F88C6032-DE4C-43FD-A462-D47CE8083953}")));
 
     // Without a help folder, the file's own folder is recorded.
     ASSERT_HR(S_OK, Register(kV1, nullptr));
     const std::string v1 = OSTREL_TYPELIB_V1_FILE;
-    EXPECT_EQ(Value(kLib + u"\\1.0\\HELPDIR"), v1.substr(0, v1.rfind('/')));
-    EXPECT_EQ(Value(kRules + u"\\TypeLib", u"Version"), "1.0");  // the last registration owns it
+    EXPECT_EQ(Value(kLib + OLESTR("\\1.0\\HELPDIR")), v1.substr(0, v1.rfind('/')));
+    EXPECT_EQ(Value(kRules + OLESTR("\\TypeLib"), OLESTR("Version")), "1.0");  // the last registration owns it
 
-    EXPECT_HR(E_INVALIDARG, RegisterTypeLib(nullptr, kV2.c_str(), nullptr));
+    EXPECT_HR(E_INVALIDARG, RegisterTypeLib(nullptr, const_cast<OLECHAR*>(kV2.c_str()), nullptr));
 }
 
 // Same major version, at least the minor asked for; none of another major.
@@ -109,7 +110,7 @@ TEST_F(TypeLibRegistration, LoadRegTypeLibFollowsTheVersionRule) {
     // A higher minor version answers a request for a lower one, and the
     // highest of several wins; a neutral or other locale falls back too.
     HKEY key = nullptr;
-    ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(HKEY_CLASSES_ROOT, (kLib + u"\\1.a\\0\\win64").c_str(), 0, nullptr, 0,
+    ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(HKEY_CLASSES_ROOT, (kLib + OLESTR("\\1.a\\0\\win64")).c_str(), 0, nullptr, 0,
                                              KEY_ALL_ACCESS, nullptr, &key, nullptr));
     RegSetValueExW(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(kV2.c_str()),
                    DWORD((kV2.size() + 1) * sizeof(OLECHAR)));
@@ -123,9 +124,9 @@ TEST_F(TypeLibRegistration, LoadRegTypeLibFollowsTheVersionRule) {
     EXPECT_HR(TYPE_E_LIBNOTREGISTERED, QueryPathOfRegTypeLib(IID_IVoRules, 1, 0, 0x409, &path));
 
     // A registration whose file is gone fails as the load does.
-    ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(HKEY_CLASSES_ROOT, (kLib + u"\\5.0\\409\\win64").c_str(), 0, nullptr,
+    ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyExW(HKEY_CLASSES_ROOT, (kLib + OLESTR("\\5.0\\409\\win64")).c_str(), 0, nullptr,
                                              0, KEY_ALL_ACCESS, nullptr, &key, nullptr));
-    RegSetValueExW(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(u"/gone.tlb"), 20);
+    RegSetValueExW(key, nullptr, 0, REG_SZ, reinterpret_cast<const BYTE*>(OLESTR("/gone.tlb")), 20);
     RegCloseKey(key);
     EXPECT_HR(TYPE_E_CANTLOADLIBRARY, LoadRegTypeLib(LIBID_OSTRELLib, 5, 0, 0x409, &lib));
 }
@@ -135,13 +136,13 @@ TEST_F(TypeLibRegistration, UnregisterRemovesWhatRegisterWrote) {
     ASSERT_HR(S_OK, Register(kV2, nullptr));
     // 2.0 owns the interface keys now; taking 1.0 away leaves them.
     ASSERT_HR(S_OK, UnRegisterTypeLib(LIBID_OSTRELLib, 1, 0, 0x409, SYS_WIN64));
-    EXPECT_FALSE(KeyExists(kLib + u"\\1.0"));
-    EXPECT_EQ(Value(kRules + u"\\TypeLib", u"Version"), "2.0");
+    EXPECT_FALSE(KeyExists(kLib + OLESTR("\\1.0")));
+    EXPECT_EQ(Value(kRules + OLESTR("\\TypeLib"), OLESTR("Version")), "2.0");
     EXPECT_EQ(Loaded(2, 0), "2.0");
     ASSERT_HR(S_OK, UnRegisterTypeLib(LIBID_OSTRELLib, 2, 0, 0x409, SYS_WIN64));
     EXPECT_FALSE(KeyExists(kLib));
     EXPECT_FALSE(KeyExists(kRules));
-    EXPECT_TRUE(KeyExists(u"Interface"));
+    EXPECT_TRUE(KeyExists(OLESTR("Interface")));
     EXPECT_HR(E_INVALIDARG, UnRegisterTypeLib(LIBID_OSTRELLib, 2, 0, 0x409, SYS_WIN64));
 
     // Unregistering another locale or system kind leaves the entry alone.
@@ -160,7 +161,7 @@ TEST_F(TypeLibRegistration, LoadTypeLibExRegistersAsAsked) {
     EXPECT_FALSE(KeyExists(kLib));
     ASSERT_HR(S_OK, LoadTypeLibEx(kV2.c_str(), REGKIND_REGISTER, &lib));
     lib->Release();
-    EXPECT_EQ(Value(kLib + u"\\2.0\\409\\win64"), OSTREL_TYPELIB_FILE);
+    EXPECT_EQ(Value(kLib + OLESTR("\\2.0\\409\\win64")), OSTREL_TYPELIB_FILE);
     EXPECT_HR(E_INVALIDARG, LoadTypeLibEx(kV2.c_str(), REGKIND(7), &lib));
 }
 

@@ -17,7 +17,7 @@
 
 namespace {
 
-std::u16string Wide(const std::string& s) { return std::u16string(s.begin(), s.end()); }
+OleString Wide(const std::string& s) { return OleString(s.begin(), s.end()); }
 
 struct Lib {
     ITypeLib* p = nullptr;
@@ -78,7 +78,7 @@ TEST(TypeLib, LibraryAttributesAndDocumentation) {
     EXPECT_EQ(test::Utf8(doc), "Marrowby Type Library 1.0");
     SysFreeString(doc);
 
-    OLECHAR buffer[] = u"ivorules";
+    OLECHAR buffer[] = OLESTR("ivorules");
     BOOL found = FALSE;
     EXPECT_HR(S_OK, lib.p->IsName(buffer, 0, &found));
     EXPECT_TRUE(found);
@@ -274,13 +274,13 @@ TEST(TypeLib, ClassesEnumerationsAndRecords) {
 
 TEST(TypeLib, FilesThatAreNoTypeLibraryAreRefused) {
     ITypeLib* lib = reinterpret_cast<ITypeLib*>(1);
-    EXPECT_HR(TYPE_E_CANTLOADLIBRARY, LoadTypeLibEx(u"/nonexistent/OstrelLib.tlb", REGKIND_NONE, &lib));
+    EXPECT_HR(TYPE_E_CANTLOADLIBRARY, LoadTypeLibEx(OLESTR("/nonexistent/OstrelLib.tlb"), REGKIND_NONE, &lib));
     EXPECT_EQ(lib, nullptr);
     EXPECT_HR(TYPE_E_CANTLOADLIBRARY, LoadTypeLibEx(Wide(OSTREL_TEST_MESSAGES).c_str(), REGKIND_NONE, &lib));
     EXPECT_HR(TYPE_E_CANTLOADLIBRARY, LoadTypeLibEx(Wide(OSTREL_TEST_MESSAGES "\\2").c_str(), REGKIND_NONE, &lib));
-    EXPECT_HR(TYPE_E_CANTLOADLIBRARY, LoadTypeLibEx(u"", REGKIND_NONE, &lib));
+    EXPECT_HR(TYPE_E_CANTLOADLIBRARY, LoadTypeLibEx(OLESTR(""), REGKIND_NONE, &lib));
     EXPECT_HR(E_INVALIDARG, LoadTypeLibEx(nullptr, REGKIND_NONE, &lib));
-    EXPECT_HR(E_INVALIDARG, LoadTypeLib(u"x.tlb", nullptr));
+    EXPECT_HR(E_INVALIDARG, LoadTypeLib(OLESTR("x.tlb"), nullptr));
 }
 
 // Walks everything a library offers, so a damaged one that still loads is
@@ -323,7 +323,7 @@ TEST(TypeLib, DamagedCopiesAreRefusedNeverReadPastTheirEnd) {
     const std::vector<char> good((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     ASSERT_GT(good.size(), 1000u);
     const std::string path = "damaged-" + std::to_string(getpid()) + ".tlb";
-    const std::u16string wide = Wide(path);
+    const OleString wide = Wide(path);
     auto load = [&](const std::vector<char>& bytes) {
         std::ofstream(path, std::ios::binary | std::ios::trunc).write(bytes.data(), std::streamsize(bytes.size()));
         ITypeLib* lib = nullptr;

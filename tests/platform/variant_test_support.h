@@ -25,8 +25,8 @@ inline std::string Describe(const VARIANT& v) {
         case VT_UI1: std::snprintf(b, sizeof b, "UI1 %u", v.bVal); break;
         case VT_I2: std::snprintf(b, sizeof b, "I2 %d", v.iVal); break;
         case VT_UI2: std::snprintf(b, sizeof b, "UI2 %u", v.uiVal); break;
-        case VT_I4: std::snprintf(b, sizeof b, "I4 %d", v.lVal); break;
-        case VT_UI4: std::snprintf(b, sizeof b, "UI4 %u", v.ulVal); break;
+        case VT_I4: std::snprintf(b, sizeof b, "I4 %d", int(v.lVal)); break;
+        case VT_UI4: std::snprintf(b, sizeof b, "UI4 %u", unsigned(v.ulVal)); break;
         case VT_INT: std::snprintf(b, sizeof b, "INT %d", v.intVal); break;
         case VT_UINT: std::snprintf(b, sizeof b, "UINT %u", v.uintVal); break;
         case VT_I8: std::snprintf(b, sizeof b, "I8 %lld", static_cast<long long>(v.llVal)); break;

@@ -10,6 +10,8 @@
 
 namespace {
 
+using OleString = std::basic_string<OLECHAR>;
+
 // regsvr32's exit codes, so scripts written for it read ours the same way.
 enum ExitCode { kSucceeded = 0, kBadArguments = 1, kRuntimeFailed = 2, kLoadFailed = 3, kNoEntryPoint = 4,
                 kCallFailed = 5 };
@@ -61,31 +63,32 @@ HRESULT LastError() {
     return error ? HRESULT_FROM_WIN32(error) : E_FAIL;
 }
 
-std::u16string ModulePath(HMODULE module) {
-    std::u16string path(MAX_PATH, u'\0');
+OleString ModulePath(HMODULE module) {
+    OleString path(MAX_PATH, OLESTR('\0'));
     for (;;) {
         const DWORD length = GetModuleFileNameW(module, path.data(), DWORD(path.size()));
-        if (length == 0) return std::u16string();
+        if (length == 0) return OleString();
         if (length < path.size()) return path.substr(0, length);
         path.resize(path.size() * 2);
     }
 }
 
-std::u16string Folder(const std::u16string& path) {
-    const size_t slash = path.find_last_of(u"/\\");
-    return slash == std::u16string::npos ? std::u16string(u".") : path.substr(0, slash);
+OleString Folder(const OleString& path) {
+    const size_t slash = path.find_last_of(OLESTR("/\\"));
+    return slash == OleString::npos ? OleString(OLESTR(".")) : path.substr(0, slash);
 }
 
 // Registers or unregisters the 1.0 type library file beside the module.
 HRESULT TypeLib1(HMODULE module, bool registering) {
-    const std::u16string folder = Folder(ModulePath(module));
-    std::u16string file = folder + u"/";
-    for (const char* c = kTypeLib1File; *c; ++c) file += char16_t(*c);
+    const OleString folder = Folder(ModulePath(module));
+    OleString file = folder + OLESTR("/");
+    for (const char* c = kTypeLib1File; *c; ++c) file += OLECHAR(*c);
     ITypeLib* library = nullptr;
     HRESULT hr = LoadTypeLibEx(file.c_str(), REGKIND_NONE, &library);
     if (FAILED(hr)) return hr;
     if (registering) {
-        hr = RegisterTypeLib(library, file.c_str(), folder.c_str());
+        // MinGW's headers declare both paths without const; the call reads them only.
+        hr = RegisterTypeLib(library, const_cast<OLECHAR*>(file.c_str()), const_cast<OLECHAR*>(folder.c_str()));
     } else {
         TLIBATTR* attributes = nullptr;
         hr = library->GetLibAttr(&attributes);
@@ -116,7 +119,7 @@ bool Parse(int argc, char** argv, Options& options, bool& help) {
         if (a.size() > 1 && (a[0] == '/' || a[0] == '-')) {
             std::string name = a.substr(1);
             for (char& c : name) c = char(std::tolower(static_cast<unsigned char>(c)));
-            bool* flag = name == "u" ? &options.unregister : name == "s" ? &options.silent
+            bool* flag = name == "OLESTR(" ? &options.unregister : name == ")s" ? &options.silent
                        : name == "t1" ? &options.typeLib1 : nullptr;
             if (flag) {
                 *flag = true;

@@ -125,5 +125,6 @@ OSTREL_PLATFORM_FN LONG WINAPI InterlockedCompareExchange(LONG volatile* Destina
                                                           LONG Comparand);
 
 OSTREL_PLATFORM_FN DWORD WINAPI GetCurrentThreadId(void);
+OSTREL_PLATFORM_FN DWORD WINAPI GetCurrentProcessId(void);
 OSTREL_PLATFORM_FN void WINAPI Sleep(DWORD dwMilliseconds);
 OSTREL_PLATFORM_FN DWORD WINAPI GetTickCount(void);

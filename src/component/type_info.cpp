@@ -42,6 +42,11 @@ HRESULT InterfaceTypeInfo(REFIID iid, LCID lcid, ITypeInfo** info) noexcept {
     }
     ITypeLib* library = nullptr;
     HRESULT hr = LoadRegTypeLib(LIBID_OSTRELLib, kDispatchTypeLibMajor, kDispatchTypeLibMinor, lcid, &library);
+    // Script engines ask in the neutral locale (0), which finds no library
+    // registered under English; the type information is the same in every
+    // locale, so any caller gets the library's own.
+    if (hr == TYPE_E_LIBNOTREGISTERED && lcid != kTypeLibLocale)
+        hr = LoadRegTypeLib(LIBID_OSTRELLib, kDispatchTypeLibMajor, kDispatchTypeLibMinor, kTypeLibLocale, &library);
     if (FAILED(hr)) return hr;
     ITypeInfo* loaded = nullptr;
     hr = library->GetTypeInfoOfGuid(iid, &loaded);

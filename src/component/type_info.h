@@ -9,6 +9,8 @@ namespace ostrel {
 // registered under the same identifier; deliberate, and kept as it is.
 constexpr WORD kDispatchTypeLibMajor = 1;
 constexpr WORD kDispatchTypeLibMinor = 0;
+// The type library's one language; registration files it under this locale.
+constexpr LCID kTypeLibLocale = 0x409;
 
 // The type information of an interface, loaded from the registered type
 // library on first use (under the library's lock) and kept for the life of

@@ -30,15 +30,23 @@ const char kUsage[] =
     "        OstrelLib-1.0.tlb installed beside the library, which late-bound\n"
     "        calls by name need\n"
     "\n"
-    "Switches may also start with '-'. The registry is the file named by\n"
+    "Switches may also start with '-'."
+#ifndef _WIN32
+    " The registry is the file named by\n"
     "$OSTREL_REGISTRY, else $XDG_CONFIG_HOME/ostrel/registry, else\n"
-    "~/.config/ostrel/registry.\n"
+    "~/.config/ostrel/registry."
+#endif
+    "\n"
     "\n"
     "Exit codes: 0 done, 1 bad arguments, 2 the component runtime did not start,\n"
     "3 the library could not be loaded, 4 it has no such entry point,\n"
     "5 registration failed.\n"
     "\n"
+#ifdef _WIN32
+    "example: ostrel-regsvr /t1 C:\\Ostrel\\Ostrel.dll\n";
+#else
     "example: ostrel-regsvr /t1 /usr/lib/x86_64-linux-gnu/libOstrel.so\n";
+#endif
 
 // "0x80070002 (The system cannot find the file specified.)"
 std::string Describe(HRESULT hr) {

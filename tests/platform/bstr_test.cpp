@@ -60,8 +60,12 @@ TEST(Bstr, ReAlloc) {
     EXPECT_FALSE(SysReAllocStringLen(&s, nullptr, 0x80000000u));
     EXPECT_EQ(s, before);
     EXPECT_EQ(SysStringLen(s), 4u);
+#ifndef _WIN32
+    // Our layer's own guard: the platform documents an access violation for
+    // a null address of the string, so nothing can expect a refusal there.
     EXPECT_FALSE(SysReAllocString(nullptr, OLESTR("x")));
     EXPECT_FALSE(SysReAllocStringLen(nullptr, OLESTR("x"), 1));
+#endif
     ASSERT_TRUE(SysReAllocString(&s, nullptr));
     EXPECT_EQ(s, nullptr);
 }

@@ -116,9 +116,10 @@ DWORD WINAPI WaitForSingleObject(HANDLE hHandle, DWORD dwMilliseconds) {
 }
 
 BOOL WINAPI CloseHandle(HANDLE hObject) {
-    // INVALID_HANDLE_VALUE is also the platform's pseudo-handle of the
-    // current process, and closing that succeeds without doing anything.
-    if (hObject == INVALID_HANDLE_VALUE) return TRUE;
+    // The top six values are the platform's pseudo-handles (the current
+    // process, which is also INVALID_HANDLE_VALUE, the current thread and the
+    // tokens); closing one succeeds without doing anything.
+    if (reinterpret_cast<uintptr_t>(hObject) >= ~uintptr_t(5)) return TRUE;
     std::shared_ptr<KernelObject> object = ostrel::platform::Table().Remove(hObject);
     if (!object) {
         SetLastError(ERROR_INVALID_HANDLE);

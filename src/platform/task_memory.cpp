@@ -66,9 +66,9 @@ LocalBlocks& Blocks() {
 }  // namespace
 
 HLOCAL WINAPI LocalAlloc(UINT uFlags, SIZE_T uBytes) {
-    // Only fixed blocks exist here; a movable block would need a handle that
-    // LocalLock turns into a pointer, and nothing in the system asks for one.
-    if (uFlags & ~UINT(LMEM_FIXED | LMEM_ZEROINIT)) {
+    // A movable block is asked for as on the platform, but our blocks never
+    // move: its handle is the block itself, and freeing takes either kind.
+    if (uFlags & ~UINT(LMEM_FIXED | LMEM_MOVEABLE | LMEM_ZEROINIT)) {
         SetLastError(ERROR_INVALID_PARAMETER);
         return nullptr;
     }

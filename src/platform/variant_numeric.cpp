@@ -98,6 +98,13 @@ bool IntegerTarget(VARTYPE vt, IntegerType* t) {
 HRESULT StoreInteger(const NumericValue& v, IntegerType type, VARTYPE vt, VARIANT* out) {
     __int128 x;
     if (!ToInteger(v, &x)) return DISP_E_OVERFLOW;
+    if (v.fromCurrency && vt == VT_I8 && v.integer < 0) {
+        // Deliberate: the platform does not round a negative amount to I8,
+        // it truncates and then steps one further down, whole amounts
+        // included (-0.0001 becomes -1, -1 becomes -2). I4 and the others
+        // round half to even.
+        x = v.integer / 10000 - 1;
+    }
     const unsigned __int128 mask = (static_cast<unsigned __int128>(1) << type.bits) - 1;
     bool asBits = false;
     if (v.kind == Kind::Integer) {
@@ -240,6 +247,7 @@ HRESULT NumericFromVariant(const VARIANT& source, NumericValue* out) {
             out->kind = Kind::Scaled;
             out->integer = source.cyVal.int64;
             out->scale = 4;
+            out->fromCurrency = true;
             break;
         case VT_DECIMAL: {
             if (source.decVal.scale > kMaxDecimalScale) return E_INVALIDARG;

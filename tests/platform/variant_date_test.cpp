@@ -17,29 +17,39 @@ TEST(VariantDate, ToSystemTimeRoundsToTheSecond) {
     struct Case {
         double date;
         const char* expected;  // nullptr: refused
+        // Wine differs from the documented platform on these: the weekday is
+        // the one before rounding carried into the next day, and a date that
+        // rounds past 9999 or is no number at all still gives a time.
+        const char* wine = nullptr;
     };
     const Case cases[] = {
         {0, "1899-12-30 00:00:00.000 dow6"}, {38000.5, "2004-01-14 12:00:00.000 dow3"},
         {-1.25, "1899-12-29 06:00:00.000 dow5"},  // the fraction counts forward through day -1
         {-2.75, "1899-12-28 18:00:00.000 dow4"}, {61, "1900-03-01 00:00:00.000 dow4"},
         {0.5 / 86400 + 1e-12, "1899-12-30 00:00:01.000 dow6"}, {0.4 / 86400, "1899-12-30 00:00:00.000 dow6"},
-        {36526.999999, "2000-01-02 00:00:00.000 dow0"},  // rounding carries into the next day
-        {-1.9999999, "1899-12-30 00:00:00.000 dow6"}, {-657434, "0100-01-01 00:00:00.000 dow5"},
+        {36526.999999, "2000-01-02 00:00:00.000 dow0", "2000-01-02 00:00:00.000 dow6"},  // rounding carries into the next day
+        {-1.9999999, "1899-12-30 00:00:00.000 dow6", "1899-12-30 00:00:00.000 dow5"},
+        {-657434, "0100-01-01 00:00:00.000 dow5"},
         {2958465.99999, "9999-12-31 23:59:59.000 dow5"}, {-657435, nullptr}, {2958466, nullptr},
-        {2958465.999999, nullptr},  // rounds into year 10000
-        {NAN, nullptr},
+        {2958465.999999, nullptr, "10000-01-01 00:00:00.000 dow5"},  // rounds into year 10000
+        {NAN, nullptr, "1899-12-30 00:00:00.000 dow5"},
     };
     for (const Case& c : cases) {
         SYSTEMTIME st = {1, 1, 1, 1, 1, 1, 1, 1};
         const INT ok = VariantTimeToSystemTime(c.date, &st);
-        if (c.expected) {
+        const char* expected = c.wine && test::UnderWine() ? c.wine : c.expected;
+        if (expected) {
             EXPECT_TRUE(ok) << c.date;
-            EXPECT_EQ(Show(st), c.expected) << "date " << c.date;
+            EXPECT_EQ(Show(st), expected) << "date " << c.date;
         } else {
             EXPECT_FALSE(ok) << c.date << " gave " << Show(st);
         }
     }
+#ifndef _WIN32
+    // Our layer's own guard: the platform documents nothing for a null
+    // time, and Wine reads through it.
     EXPECT_FALSE(VariantTimeToSystemTime(0, nullptr));
+#endif
 }
 
 TEST(VariantDate, FromSystemTimeNormalisesAsThePlatformDoes) {
@@ -72,8 +82,12 @@ TEST(VariantDate, FromSystemTimeNormalisesAsThePlatformDoes) {
             EXPECT_DOUBLE_EQ(out, c.expected) << label;
         }
     }
+#ifndef _WIN32
+    // Our layer's own guard: the platform documents nothing for a null
+    // time, and Wine reads through it.
     double out = 0;
     EXPECT_FALSE(SystemTimeToVariantTime(nullptr, &out));
+#endif
 }
 
 TEST(VariantDate, RoundTripsEverySecondOfADay) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "component_registry.h"
 #include "test_support.h"
 
 namespace {
@@ -22,6 +23,7 @@ void** Out(T** p) {
 
 class LateBinding : public ::testing::Test {
 protected:
+    test::LibraryUnregistered unregistered_;
     void SetUp() override {
         CoInitialize(nullptr);
         ASSERT_HR(S_OK, DllRegisterServer());

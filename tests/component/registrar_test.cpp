@@ -14,20 +14,20 @@ using ostrel::RunRegistryScript;
 const OleString kScript = OLESTR(R"(
 HKCR
 {
-    VoAvl.VoRules.1 = s 'VoRules Class'
+    OstrelTest.Registrar.1 = s 'Registrar Test Class'
     {
         CLSID = s '%CLSID%'
     }
-    VoAvl.VoRules = s 'VoRules Class'
+    OstrelTest.Registrar = s 'Registrar Test Class'
     {
         CLSID = s '%CLSID%'
-        CurVer = s 'VoAvl.VoRules.1'
+        CurVer = s 'OstrelTest.Registrar.1'
     }
     NoRemove CLSID
     {
-        ForceRemove %CLSID% = s 'VoRules Class'
+        ForceRemove %CLSID% = s 'Registrar Test Class'
         {
-            ProgID = s 'VoAvl.VoRules.1'
+            ProgID = s 'OstrelTest.Registrar.1'
             ForceRemove 'Programmable'
             InprocServer32 = s '%MODULE%'
             {
@@ -40,7 +40,7 @@ HKCR
 }
 )");
 
-const ostrel::Replacements kReplacements = {{OLESTR("CLSID"), OLESTR("{0E3A40E8-1C59-4AD4-8990-0F4A680E735F}")},
+const ostrel::Replacements kReplacements = {{OLESTR("CLSID"), OLESTR("{5303C493-0112-4958-87CF-D4C32FB43DE2}")},
                                             {OLESTR("MODULE"), OLESTR("/opt/ostrel/lib/libOstrel.so.2")}};
 
 // The default text value of a key under HKEY_CLASSES_ROOT, or "(no key)".
@@ -54,20 +54,31 @@ std::string Text(const OLECHAR* path, const OLECHAR* value = nullptr) {
     return status == ERROR_SUCCESS ? test::Utf8(text) : "(no value)";
 }
 
+// Every key these tests may write has a name of the tests' own, so that on
+// Windows, where HKEY_CLASSES_ROOT is the machine's, removing them touches
+// nothing else.
 class Registrar : public ::testing::Test {
 protected:
-    void SetUp() override { RegDeleteTreeW(HKEY_CLASSES_ROOT, nullptr); }
-    void TearDown() override { RegDeleteTreeW(HKEY_CLASSES_ROOT, nullptr); }
+    void SetUp() override { RemoveTestKeys(); }
+    void TearDown() override { RemoveTestKeys(); }
+    static void RemoveTestKeys() {
+        for (const OLECHAR* key : {OLESTR("OstrelTest.Registrar.1"), OLESTR("OstrelTest.Registrar"),
+                                   OLESTR("CLSID\\{5303C493-0112-4958-87CF-D4C32FB43DE2}"),
+                                   OLESTR("CLSID\\{8CA24C82-0603-4EC6-90C7-399ADA8C6F9D}"), OLESTR("OstrelTest.Key"),
+                                   OLESTR("OstrelTest.Fine")}) {
+            RegDeleteTreeW(HKEY_CLASSES_ROOT, key);
+        }
+    }
 };
 
 TEST_F(Registrar, RegistersAndUnregistersAClass) {
     ASSERT_HR(S_OK, RunRegistryScript(kScript, kReplacements, true));
-    const OLECHAR* clsid = OLESTR("CLSID\\{0E3A40E8-1C59-4AD4-8990-0F4A680E735F}");
+    const OLECHAR* clsid = OLESTR("CLSID\\{5303C493-0112-4958-87CF-D4C32FB43DE2}");
     const OleString c(clsid);
-    EXPECT_EQ(Text(OLESTR("VoAvl.VoRules.1")), "VoRules Class");
-    EXPECT_EQ(Text(OLESTR("VoAvl.VoRules.1\\CLSID")), "{0E3A40E8-1C59-4AD4-8990-0F4A680E735F}");
-    EXPECT_EQ(Text(OLESTR("VoAvl.VoRules\\CurVer")), "VoAvl.VoRules.1");
-    EXPECT_EQ(Text(clsid), "VoRules Class");
+    EXPECT_EQ(Text(OLESTR("OstrelTest.Registrar.1")), "Registrar Test Class");
+    EXPECT_EQ(Text(OLESTR("OstrelTest.Registrar.1\\CLSID")), "{5303C493-0112-4958-87CF-D4C32FB43DE2}");
+    EXPECT_EQ(Text(OLESTR("OstrelTest.Registrar\\CurVer")), "OstrelTest.Registrar.1");
+    EXPECT_EQ(Text(clsid), "Registrar Test Class");
     EXPECT_EQ(Text((c + OLESTR("\\InprocServer32")).c_str()), "/opt/ostrel/lib/libOstrel.so.2");
     EXPECT_EQ(Text((c + OLESTR("\\InprocServer32")).c_str(), OLESTR("ThreadingModel")), "Apartment");
     EXPECT_EQ(Text((c + OLESTR("\\Programmable")).c_str()), "(no value)");  // an empty key
@@ -75,43 +86,44 @@ TEST_F(Registrar, RegistersAndUnregistersAClass) {
 
     // Another class's key under CLSID must survive this class's removal.
     HKEY other = nullptr;
-    RegCreateKeyExW(HKEY_CLASSES_ROOT, OLESTR("CLSID\\{OTHER}"), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &other, nullptr);
+    RegCreateKeyExW(HKEY_CLASSES_ROOT, OLESTR("CLSID\\{8CA24C82-0603-4EC6-90C7-399ADA8C6F9D}"), 0, nullptr, 0,
+                    KEY_ALL_ACCESS, nullptr, &other, nullptr);
     RegCloseKey(other);
     ASSERT_HR(S_OK, RunRegistryScript(kScript, kReplacements, false));
-    EXPECT_EQ(Text(OLESTR("VoAvl.VoRules.1")), "(no key)");
-    EXPECT_EQ(Text(OLESTR("VoAvl.VoRules")), "(no key)");
+    EXPECT_EQ(Text(OLESTR("OstrelTest.Registrar.1")), "(no key)");
+    EXPECT_EQ(Text(OLESTR("OstrelTest.Registrar")), "(no key)");
     EXPECT_EQ(Text(clsid), "(no key)");
-    EXPECT_EQ(Text(OLESTR("CLSID\\{OTHER}")), "(no value)");
+    EXPECT_EQ(Text(OLESTR("CLSID\\{8CA24C82-0603-4EC6-90C7-399ADA8C6F9D}")), "(no value)");
     // Unregistering what is not there is no failure.
     EXPECT_HR(S_OK, RunRegistryScript(kScript, kReplacements, false));
-    EXPECT_EQ(Text(OLESTR("CLSID")), "(no value)");  // never removed
+    EXPECT_NE(Text(OLESTR("CLSID")), "(no key)");  // never removed
 }
 
 TEST_F(Registrar, ForceRemoveCreatesAfresh) {
     HKEY stale = nullptr;
-    RegCreateKeyExW(HKEY_CLASSES_ROOT, OLESTR("CLSID\\{0E3A40E8-1C59-4AD4-8990-0F4A680E735F}\\Stale"), 0, nullptr, 0,
+    RegCreateKeyExW(HKEY_CLASSES_ROOT, OLESTR("CLSID\\{5303C493-0112-4958-87CF-D4C32FB43DE2}\\Stale"), 0, nullptr, 0,
                     KEY_ALL_ACCESS, nullptr, &stale, nullptr);
     RegCloseKey(stale);
     ASSERT_HR(S_OK, RunRegistryScript(kScript, kReplacements, true));
-    EXPECT_EQ(Text(OLESTR("CLSID\\{0E3A40E8-1C59-4AD4-8990-0F4A680E735F}\\Stale")), "(no key)");
+    EXPECT_EQ(Text(OLESTR("CLSID\\{5303C493-0112-4958-87CF-D4C32FB43DE2}\\Stale")), "(no key)");
 }
 
 TEST_F(Registrar, ScriptsThatDoNotParseChangeNothing) {
     const OleString bad[] = {
-        OLESTR("HKCR { Key = s 'unterminated }"),
-        OLESTR("HKXX { Key }"),
-        OLESTR("HKCR { Key = x 'kind' }"),
-        OLESTR("HKCR { Key = d 99999999999 }"),
-        OLESTR("HKCR { Key = s '%UNKNOWN%' }"),
-        OLESTR("HKCR { Key { val = s 'x' } }"),
-        OLESTR("HKCR { Key"),
-        OLESTR("HKCR { Fine } trailing"),
+        OLESTR("HKCR { OstrelTest.Key = s 'unterminated }"),
+        OLESTR("HKXX { OstrelTest.Key }"),
+        OLESTR("HKCR { OstrelTest.Key = x 'kind' }"),
+        OLESTR("HKCR { OstrelTest.Key = d 99999999999 }"),
+        OLESTR("HKCR { OstrelTest.Key = s '%UNKNOWN%' }"),
+        OLESTR("HKCR { OstrelTest.Key { val = s 'x' } }"),
+        OLESTR("HKCR { OstrelTest.Key"),
+        OLESTR("HKCR { OstrelTest.Fine } trailing"),
     };
     for (const auto& script : bad) {
         SCOPED_TRACE(test::Utf8(script));
         EXPECT_HR(HRESULT_FROM_WIN32(ERROR_INVALID_DATA), RunRegistryScript(script, kReplacements, true));
-        EXPECT_EQ(Text(OLESTR("Key")), "(no key)");
-        EXPECT_EQ(Text(OLESTR("Fine")), "(no key)");
+        EXPECT_EQ(Text(OLESTR("OstrelTest.Key")), "(no key)");
+        EXPECT_EQ(Text(OLESTR("OstrelTest.Fine")), "(no key)");
     }
 }
 

@@ -10,6 +10,7 @@
 #include <sstream>
 #include <string>
 
+#include "component_registry.h"
 #include "test_support.h"
 
 namespace {
@@ -74,8 +75,7 @@ struct Apartment {
 
 class Registration : public ::testing::Test {
 protected:
-    void SetUp() override { RegDeleteTreeW(HKEY_CLASSES_ROOT, nullptr); }
-    void TearDown() override { RegDeleteTreeW(HKEY_CLASSES_ROOT, nullptr); }
+    test::LibraryUnregistered unregistered_;
 };
 
 HMODULE Library() {
@@ -249,6 +249,9 @@ TEST_F(Registration, UnregisteringRemovesWhatRegisteringMade) {
     EXPECT_HR(S_OK, DllUnregisterServer());  // nothing left to remove is no failure either
 }
 
+// The registry file here is our own layer's; the platform keeps its registry
+// in hives a program cannot overwrite, so there is nothing to damage there.
+#ifndef _WIN32
 TEST_F(Registration, ADamagedRegistryFailsAndStaysAsItWas) {
     const char* file = std::getenv("OSTREL_REGISTRY");
     ASSERT_NE(file, nullptr);
@@ -260,5 +263,6 @@ TEST_F(Registration, ADamagedRegistryFailsAndStaysAsItWas) {
     EXPECT_EQ(FileBytes(file), damaged);
     std::remove(file);
 }
+#endif
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <sstream>
 #include <string>
 
+#include "component_registry.h"
 #include "test_support.h"
 
 namespace {
@@ -50,8 +51,7 @@ bool TypeLibRegistered(WORD major) {
 
 class Regsvr : public ::testing::Test {
 protected:
-    void SetUp() override { RegDeleteTreeW(HKEY_CLASSES_ROOT, nullptr); }
-    void TearDown() override { RegDeleteTreeW(HKEY_CLASSES_ROOT, nullptr); }
+    test::LibraryUnregistered unregistered_;
     const std::string library = "'" OSTREL_SERVER_PATH "'";
 };
 

@@ -25,12 +25,25 @@ const ClassEntry kClasses[] = {{&IID_IUnknown, NoCreate},
                                {&IID_ITypeLib, NoCreate}};
 
 // One key per class, named after its resource number; the third script
-// does not parse.
+// does not parse. The names are the test's own, as on Windows
+// HKEY_CLASSES_ROOT is the machine's.
 HRESULT Scripts(unsigned id, OleString& script) {
     script = id == 103 ? OLESTR("HKCR { 'Broken = s")
-                       : OLESTR("HKCR { 'Class") + OleString(1, OLECHAR(OLESTR('0') + id - 100)) + OLESTR("' = s '%MODULE%' }");
+                       : OLESTR("HKCR { 'OstrelTest.Class") + OleString(1, OLECHAR(OLESTR('0') + id - 100)) +
+                             OLESTR("' = s '%MODULE%' }");
     return S_OK;
 }
+
+// Those keys absent before the test and after it, however it ends.
+struct TestKeysRemoved {
+    TestKeysRemoved() { Remove(); }
+    ~TestKeysRemoved() { Remove(); }
+    static void Remove() {
+        for (const OLECHAR* key : {OLESTR("OstrelTest.Class1"), OLESTR("OstrelTest.Class2"), OLESTR("OstrelTest.Class4")}) {
+            RegDeleteTreeW(HKEY_CLASSES_ROOT, key);
+        }
+    }
+};
 
 bool Exists(const OLECHAR* key) {
     HKEY handle = nullptr;
@@ -40,16 +53,16 @@ bool Exists(const OLECHAR* key) {
 }
 
 TEST(SelfRegistration, StopsAtTheFirstFailureAndUnregistersPastIt) {
-    RegDeleteTreeW(HKEY_CLASSES_ROOT, nullptr);
+    TestKeysRemoved removed;
     EXPECT_HR(HRESULT_FROM_WIN32(ERROR_INVALID_DATA),
               ostrel::RunClassScripts(kClasses, Scripts, OLESTR("/opt/o'strel/libOstrel.so"), true));
-    EXPECT_TRUE(Exists(OLESTR("Class1")));
-    EXPECT_TRUE(Exists(OLESTR("Class2")));
-    EXPECT_FALSE(Exists(OLESTR("Class4")));  // after the failing third
+    EXPECT_TRUE(Exists(OLESTR("OstrelTest.Class1")));
+    EXPECT_TRUE(Exists(OLESTR("OstrelTest.Class2")));
+    EXPECT_FALSE(Exists(OLESTR("OstrelTest.Class4")));  // after the failing third
 
     // %MODULE% arrives whole, quote and all.
     HKEY key = nullptr;
-    ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(HKEY_CLASSES_ROOT, OLESTR("Class2"), 0, KEY_READ, &key));
+    ASSERT_EQ(ERROR_SUCCESS, RegOpenKeyExW(HKEY_CLASSES_ROOT, OLESTR("OstrelTest.Class2"), 0, KEY_READ, &key));
     OLECHAR text[64] = {};
     DWORD size = sizeof text;
     EXPECT_EQ(ERROR_SUCCESS, RegQueryValueExW(key, nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(text), &size));
@@ -57,9 +70,9 @@ TEST(SelfRegistration, StopsAtTheFirstFailureAndUnregistersPastIt) {
     EXPECT_EQ(test::Utf8(text), "/opt/o'strel/libOstrel.so");
 
     // Unregistering passes over the broken script and the missing key.
-    RegDeleteKeyW(HKEY_CLASSES_ROOT, OLESTR("Class1"));
+    RegDeleteKeyW(HKEY_CLASSES_ROOT, OLESTR("OstrelTest.Class1"));
     EXPECT_HR(S_OK, ostrel::RunClassScripts(kClasses, Scripts, OLESTR("/opt/o'strel/libOstrel.so"), false));
-    EXPECT_FALSE(Exists(OLESTR("Class2")));
+    EXPECT_FALSE(Exists(OLESTR("OstrelTest.Class2")));
     auto failing = [](unsigned, OleString&) { return E_FAIL; };
     EXPECT_HR(S_OK, ostrel::RunClassScripts(kClasses, failing, OLESTR(""), false));
 }

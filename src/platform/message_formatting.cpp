@@ -173,9 +173,12 @@ void FormatInsert(std::string_view format, unsigned number, Arguments& arguments
     }
 }
 
-// Breaks every line longer than width at its last blank that keeps it
-// within width, dropping the blanks at the break; a word longer than a whole
-// line is cut. Existing "\r\n" are kept: by now they are all hard breaks.
+// Fills lines as the platform does, without looking ahead: once a line has
+// width characters it is broken at its last blank (the blanks at the break
+// are dropped), or cut there when it has none. So a line never reaches width
+// with a word that ends right at it ("jumps over" at width 10 is broken
+// before "over"), and a text ending in a blank that fills its line ends with
+// a line break. Existing "\r\n" are kept: by now they are all hard breaks.
 std::string Wrap(const std::string& text, size_t width) {
     std::string out;
     size_t lineStart = 0;
@@ -183,20 +186,25 @@ std::string Wrap(const std::string& text, size_t width) {
         size_t lineEnd = text.find("\r\n", lineStart);
         const bool last = lineEnd == std::string::npos;
         if (last) lineEnd = text.size();
-        size_t pos = lineStart;
-        while (lineEnd - pos > width) {
-            size_t cut = text.rfind(' ', pos + width);
-            if (cut == pos) {  // a blank at the start of a line
-                ++pos;
-                continue;
+        std::string line;
+        bool broken = false;  // the line continues one the wrapping broke
+        for (size_t i = lineStart; i < lineEnd; ++i) {
+            if (broken && line.empty() && text[i] == ' ') continue;
+            line += text[i];
+            if (line.size() < width) continue;
+            const size_t blank = line.rfind(' ');
+            std::string rest;
+            if (blank != std::string::npos) {
+                rest = line.substr(blank + 1);
+                const size_t kept = line.find_last_not_of(' ', blank);
+                line.resize(kept == std::string::npos ? 0 : kept + 1);
             }
-            if (cut == std::string::npos || cut < pos) cut = pos + width;
-            out.append(text, pos, cut - pos);
+            out += line;
             out += "\r\n";
-            pos = cut;
-            while (pos < lineEnd && text[pos] == ' ') ++pos;
+            line = rest;
+            broken = true;
         }
-        out.append(text, pos, lineEnd - pos);
+        out += line;
         if (last) break;
         out += "\r\n";
         lineStart = lineEnd + 2;
@@ -209,13 +217,18 @@ std::string Wrap(const std::string& text, size_t width) {
 DWORD ExpandMessage(std::string_view text, DWORD flags, void* arguments, std::string& out) {
     const size_t width = flags & FORMAT_MESSAGE_MAX_WIDTH_MASK;
     const bool ignoreInserts = flags & FORMAT_MESSAGE_IGNORE_INSERTS;
-    // Deliberate: with no arguments and without IGNORE_INSERTS the platform's
-    // result is unreliable (it reads inserts from wherever the null points).
-    // We keep the insert markers literally, as if IGNORE_INSERTS were given,
-    // so that a caller asking the system for the text of an error whose text
-    // has inserts (ERROR_MR_MID_NOT_FOUND, ERROR_BAD_EXE_FORMAT) still gets
-    // it. The other escapes are expanded as usual.
-    const bool keepInserts = ignoreInserts || !arguments;
+    // With no arguments and without IGNORE_INSERTS an insert fails the call
+    // with ERROR_INVALID_PARAMETER, as on the platform: even the system's own
+    // texts with inserts (ERROR_MR_MID_NOT_FOUND, ERROR_BAD_EXE_FORMAT) then
+    // have no text. A text without inserts is formatted as usual.
+    const bool keepInserts = ignoreInserts;
+    if (!ignoreInserts && !arguments) {
+        for (size_t i = 0; i + 1 < text.size(); ++i) {
+            if (text[i] != '%') continue;
+            if (text[i + 1] >= '1' && text[i + 1] <= '9') return ERROR_INVALID_PARAMETER;
+            ++i;  // an escape: "%%1" is no insert
+        }
+    }
     Arguments values(arguments, flags & FORMAT_MESSAGE_ARGUMENT_ARRAY);
 
     for (size_t i = 0; i < text.size();) {

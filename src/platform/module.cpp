@@ -211,6 +211,11 @@ HMODULE Load(const char* fileName, DWORD flags) {
     std::string path;
     if (std::strchr(fileName, '/')) {
         if (IsFile(fileName)) path = fileName;
+        struct stat info {};
+        if (path.empty() && stat(fileName, &info) == 0 && S_ISDIR(info.st_mode)) {
+            SetLastError(ERROR_ACCESS_DENIED);  // a folder cannot be opened as a module's file
+            return nullptr;
+        }
     } else {
         const std::string name = WithDefaultExtension(fileName);
         if (IsSystemModule(name)) {
@@ -368,16 +373,29 @@ BOOL WINAPI GetModuleHandleExW(DWORD dwFlags, LPCWSTR lpModuleName, HMODULE* phM
         return FALSE;
     }
     *phModule = nullptr;
-    // Only the form a library uses to find itself: by an address inside it.
-    Dl_info info{};
-    if (!(dwFlags & GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS) || !dladdr(lpModuleName, &info) || !info.dli_fname ||
-        !std::strchr(info.dli_fname, '/')) {
+    // By an address inside the module, or by the name of one loaded already;
+    // either way a load is counted unless asked not to.
+    std::string path;
+    try {
+        if (dwFlags & GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS) {
+            Dl_info info{};
+            if (dladdr(lpModuleName, &info) && info.dli_fname && std::strchr(info.dli_fname, '/')) {
+                path = info.dli_fname;
+            }
+        } else if (HMODULE named = GetModuleHandleW(lpModuleName)) {
+            if (!ModulePath(named, path)) return FALSE;
+        }
+    } catch (const std::bad_alloc&) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return FALSE;
+    }
+    if (path.empty()) {
         SetLastError(ERROR_MOD_NOT_FOUND);
         return FALSE;
     }
     HMODULE module = nullptr;
     try {
-        module = Load(info.dli_fname, 0);
+        module = Load(path.c_str(), 0);
     } catch (const std::bad_alloc&) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return FALSE;

@@ -78,15 +78,22 @@ TEST(TypeLib, LibraryAttributesAndDocumentation) {
     EXPECT_EQ(test::Utf8(doc), "Marrowby Type Library 1.0");
     SysFreeString(doc);
 
+    // A hash of 0 asks the library to compute it. Wine differs from the
+    // documented platform here: it takes 0 for the hash and finds nothing.
+    const bool wine = test::UnderWine();
     OLECHAR buffer[] = OLESTR("ivorules");
     BOOL found = FALSE;
     EXPECT_HR(S_OK, lib.p->IsName(buffer, 0, &found));
-    EXPECT_TRUE(found);
-    EXPECT_EQ(test::Utf8(buffer), "IVoRules");  // written back in the library's spelling
+    EXPECT_EQ(found, !wine);
+    EXPECT_EQ(test::Utf8(buffer), wine ? "ivorules" : "IVoRules");  // written back in the library's spelling
     ITypeInfo* infos[2] = {};
     MEMBERID ids[2] = {};
     USHORT count = 2;
     EXPECT_HR(S_OK, lib.p->FindName(buffer, 0, infos, ids, &count));
+    if (wine) {
+        EXPECT_EQ(count, 0);
+        return;
+    }
     ASSERT_EQ(count, 1);
     EXPECT_EQ(ids[0], MEMBERID_NIL);
     infos[0]->Release();
@@ -206,7 +213,10 @@ TEST(TypeLib, DualInterfaceHasDispatchAndInterfaceViews) {
     void* address = nullptr;
     EXPECT_HR(TYPE_E_BADMODULEKIND, iface.p->AddressOfMember(0x60020002, INVOKE_FUNC, &address));
     EXPECT_HR(TYPE_E_BADMODULEKIND, iface.p->GetDllEntry(0x60020002, INVOKE_FUNC, nullptr, nullptr, nullptr));
-    EXPECT_HR(TYPE_E_WRONGTYPEKIND, iface.p->CreateInstance(nullptr, IID_IUnknown, &address));
+    // Only a class makes instances. Wine differs from the documented platform
+    // here: it answers E_INVALIDARG rather than the kind's own code.
+    EXPECT_HR(test::UnderWine() ? E_INVALIDARG : TYPE_E_WRONGTYPEKIND,
+              iface.p->CreateInstance(nullptr, IID_IUnknown, &address));
 }
 
 TEST(TypeLib, ClassesEnumerationsAndRecords) {
@@ -283,6 +293,11 @@ TEST(TypeLib, FilesThatAreNoTypeLibraryAreRefused) {
     EXPECT_HR(E_INVALIDARG, LoadTypeLib(OLESTR("x.tlb"), nullptr));
 }
 
+#ifndef _WIN32
+// Our layer's own reader against truncated and damaged files. The platform
+// documents nothing for them, and Wine's reader crashes on them, so these run
+// on our layer only.
+
 // Walks everything a library offers, so a damaged one that still loads is
 // read through every pointer it hands out.
 void WalkAll(ITypeLib* lib) {
@@ -353,5 +368,6 @@ TEST(TypeLib, DamagedCopiesAreRefusedNeverReadPastTheirEnd) {
     std::remove(path.c_str());
     EXPECT_GT(refused, 0);
 }
+#endif
 
 }  // namespace

@@ -136,8 +136,9 @@ bool ParseVersion(const std::u16string& text, unsigned& major, unsigned& minor) 
     return parse(text.substr(0, dot), major) && parse(text.substr(dot + 1), minor);
 }
 
-// The platform's version rule: the same major version and at least the
-// minor version asked for; of several, the highest minor version wins.
+// The platform's version rule: the version asked for if it is registered;
+// otherwise the same major version with the highest minor version above the
+// one asked for.
 bool FindVersion(REFGUID guid, WORD major, WORD minor, std::u16string& version) {
     Key lib;
     if (!lib.Open(HKEY_CLASSES_ROOT, LibKeyPath(guid))) return false;
@@ -145,6 +146,10 @@ bool FindVersion(REFGUID guid, WORD major, WORD minor, std::u16string& version) 
     for (const std::u16string& name : lib.SubKeys()) {
         unsigned keyMajor, keyMinor;
         if (!ParseVersion(name, keyMajor, keyMinor) || keyMajor != major || keyMinor < minor) continue;
+        if (keyMinor == minor) {
+            version = name;
+            return true;
+        }
         if (int(keyMinor) > best) {
             best = int(keyMinor);
             version = name;
@@ -259,20 +264,18 @@ HRESULT Unregister(REFGUID libID, WORD major, WORD minor, LCID lcid, SYSKIND sys
             return E_INVALIDARG;
         }
     }
-    // The interface keys go only where they still name this library and
-    // version: another version registered later owns them now.
+    // The interface keys go wherever they name this library, whichever of
+    // its versions registered them last: as on the platform, unregistering
+    // an old version takes them from a newer one registered after it too.
     ITypeLib* lib = nullptr;
     if (SUCCEEDED(LoadTypeLibEx(file.c_str(), REGKIND_NONE, &lib))) {
         const std::u16string libid = GuidText(libID);
         ForEachMarshalable(lib, [&](REFGUID iid, const std::u16string&) {
             const std::u16string path = u"Interface\\" + GuidText(iid);
             Key typeLib;
-            std::u16string owner, ownerVersion;
-            if (!typeLib.Open(HKEY_CLASSES_ROOT, path + u"\\TypeLib") || !typeLib.Get(nullptr, owner) ||
-                !typeLib.Get(u"Version", ownerVersion)) {
-                return;
-            }
-            if (owner == libid && ownerVersion == version) {
+            std::u16string owner;
+            if (!typeLib.Open(HKEY_CLASSES_ROOT, path + u"\\TypeLib") || !typeLib.Get(nullptr, owner)) return;
+            if (owner == libid) {
                 typeLib.Close();
                 RegDeleteTreeW(HKEY_CLASSES_ROOT, path.c_str());
             }

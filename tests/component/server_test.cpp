@@ -97,12 +97,6 @@ void Register(const OleString& subKey, const OleString& text) {
     RegCloseKey(key);
 }
 
-// Wine's ntdll has an export of its own; the platform's has none by that name.
-bool UnderWine() {
-    HMODULE ntdll = GetModuleHandleW(OLESTR("ntdll.dll"));
-    return ntdll && GetProcAddress(ntdll, "wine_get_version");
-}
-
 TEST(Server, RegisteredClassesAndProgIds) {
     Apartment apartment;
     test::LibraryUnregistered unregistered;
@@ -139,7 +133,7 @@ TEST(Server, RegisteredClassesAndProgIds) {
     const OleString gone = test::GuidKey(OLESTR("CLSID"), IID_IVoRules);
     Register(gone + OLESTR("\\InprocServer32"), OLESTR("/nonexistent/libGone.so"));
     void* p = reinterpret_cast<void*>(1);
-    EXPECT_HR(UnderWine() ? E_ACCESSDENIED : HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND),
+    EXPECT_HR(test::UnderWine() ? E_ACCESSDENIED : HRESULT_FROM_WIN32(ERROR_MOD_NOT_FOUND),
               CoCreateInstance(IID_IVoRules, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, &p));
     EXPECT_EQ(p, nullptr);
     RegDeleteTreeW(HKEY_CLASSES_ROOT, gone.c_str());

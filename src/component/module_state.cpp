@@ -22,6 +22,9 @@ void LockModule() noexcept { InterlockedIncrement(&lockCount); }
 void UnlockModule() noexcept { InterlockedDecrement(&lockCount); }
 LONG ModuleLockCount() noexcept { return InterlockedCompareExchange(&lockCount, 0, 0); }
 
+void AttachModule() noexcept { ModuleLock(); }
+void DetachModule() noexcept { DeleteCriticalSection(&ModuleLock()); }
+
 ModuleGuard::ModuleGuard() noexcept { EnterCriticalSection(&ModuleLock()); }
 ModuleGuard::~ModuleGuard() { LeaveCriticalSection(&ModuleLock()); }
 

@@ -12,6 +12,12 @@ void LockModule() noexcept;
 void UnlockModule() noexcept;
 LONG ModuleLockCount() noexcept;
 
+// The loader's attach and detach of the library (Windows): the lock made
+// before any caller can need it, and given back when the library leaves the
+// process.
+void AttachModule() noexcept;
+void DetachModule() noexcept;
+
 // The library's lock, held while a class factory or an interface's type
 // information is created for the first time.
 class ModuleGuard {

@@ -127,7 +127,7 @@ bool Parse(int argc, char** argv, Options& options, bool& help) {
         if (a.size() > 1 && (a[0] == '/' || a[0] == '-')) {
             std::string name = a.substr(1);
             for (char& c : name) c = char(std::tolower(static_cast<unsigned char>(c)));
-            bool* flag = name == "OLESTR(" ? &options.unregister : name == ")s" ? &options.silent
+            bool* flag = name == "u" ? &options.unregister : name == "s" ? &options.silent
                        : name == "t1" ? &options.typeLib1 : nullptr;
             if (flag) {
                 *flag = true;

@@ -230,11 +230,11 @@ TEST(VariantChangeType, InPlaceAndUntouchedOnFailure) {
     v.dblVal = 0.5;
     ASSERT_HR(S_OK, VariantChangeType(&v, &v, 0, VT_BSTR));
     EXPECT_EQ(Describe(v), "BSTR '0.5'");
-    BSTR before = v.bstrVal;
+    // In place to its own type the string is copied and the old one freed
+    // (the copy may land at the freed address), so only the text can be checked.
     ASSERT_HR(S_OK, VariantChangeType(&v, &v, 0, VT_BSTR));
-    EXPECT_NE(v.bstrVal, before) << "in place to its own type still copies";
     EXPECT_EQ(Describe(v), "BSTR '0.5'");
-    before = v.bstrVal;
+    BSTR before = v.bstrVal;
     Var bad;
     SetBstr(&bad, OLESTR("zz"));
     EXPECT_HR(DISP_E_TYPEMISMATCH, VariantChangeType(&v, &bad, 0, VT_I4));

@@ -8,13 +8,17 @@
 // current folder, then each folder of PATH. A name containing '/' is used as
 // given.
 #include <dlfcn.h>
+#include <elf.h>
 #include <link.h>
 #include <strings.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <mutex>
 #include <new>
 #include <string>
@@ -158,6 +162,55 @@ void* OwnSymbol(void* library, const char* name) {
         return nullptr;
     }
     return symbol;
+}
+
+// A module's exports in the order the platform's linker numbers them when
+// nothing says otherwise, by name, so that ordinal n is the n-th name: the
+// functions and data the module defines and shows. Left out are the
+// loader's own entry points and our resource table, which stands in for the
+// platform's resource section. Read from the file's symbol table; anything
+// that is not a well-formed 64-bit module gives none.
+std::vector<std::string> ExportNames(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    const std::vector<char> file((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    auto fits = [&](uint64_t offset, uint64_t size) { return offset <= file.size() && size <= file.size() - offset; };
+    Elf64_Ehdr header;
+    if (!fits(0, sizeof header)) return {};
+    std::memcpy(&header, file.data(), sizeof header);
+    if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 || header.e_ident[EI_CLASS] != ELFCLASS64 ||
+        header.e_shentsize != sizeof(Elf64_Shdr) || !fits(header.e_shoff, uint64_t{header.e_shnum} * sizeof(Elf64_Shdr))) {
+        return {};
+    }
+    auto section = [&](size_t i) {
+        Elf64_Shdr s;
+        std::memcpy(&s, file.data() + header.e_shoff + i * sizeof s, sizeof s);
+        return s;
+    };
+    std::vector<std::string> names;
+    for (size_t i = 0; i < header.e_shnum; ++i) {
+        const Elf64_Shdr symbols = section(i);
+        if (symbols.sh_type != SHT_DYNSYM || symbols.sh_link >= header.e_shnum || !fits(symbols.sh_offset, symbols.sh_size)) {
+            continue;
+        }
+        const Elf64_Shdr strings = section(symbols.sh_link);
+        if (!fits(strings.sh_offset, strings.sh_size)) continue;
+        for (uint64_t at = sizeof(Elf64_Sym); at + sizeof(Elf64_Sym) <= symbols.sh_size; at += sizeof(Elf64_Sym)) {
+            Elf64_Sym symbol;
+            std::memcpy(&symbol, file.data() + symbols.sh_offset + at, sizeof symbol);
+            const unsigned bind = ELF64_ST_BIND(symbol.st_info), type = ELF64_ST_TYPE(symbol.st_info);
+            if (symbol.st_shndx == SHN_UNDEF || (bind != STB_GLOBAL && bind != STB_WEAK) ||
+                (type != STT_FUNC && type != STT_OBJECT) || ELF64_ST_VISIBILITY(symbol.st_other) != STV_DEFAULT ||
+                symbol.st_name >= strings.sh_size) {
+                continue;
+            }
+            const char* name = file.data() + strings.sh_offset + symbol.st_name;
+            const std::string text(name, strnlen(name, strings.sh_size - symbol.st_name));
+            if (text != "_init" && text != "_fini" && text != OSTREL_RESOURCE_TABLE_SYMBOL) names.push_back(text);
+        }
+    }
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    return names;
 }
 
 // The dlopen handle behind an HMODULE (null: the executable), or null.
@@ -326,12 +379,21 @@ FARPROC WINAPI GetProcAddress(HMODULE hModule, LPCSTR lpProcName) {
         SetLastError(ERROR_MOD_NOT_FOUND);
         return nullptr;
     }
-    // Small values are export ordinals; Linux modules export by name only.
+    void* symbol = nullptr;
     if (reinterpret_cast<uintptr_t>(lpProcName) < 0x10000) {
-        SetLastError(ERROR_PROC_NOT_FOUND);
-        return nullptr;
+        // An export ordinal: numbered from 1 in the order of the names.
+        const uintptr_t ordinal = reinterpret_cast<uintptr_t>(lpProcName);
+        try {
+            const Module* m = hModule ? FindModule(hModule) : nullptr;
+            const std::vector<std::string> names = ExportNames(m ? m->path : ExecutablePath());
+            if (ordinal >= 1 && ordinal <= names.size()) symbol = OwnSymbol(library, names[ordinal - 1].c_str());
+        } catch (const std::bad_alloc&) {
+            SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+            return nullptr;
+        }
+    } else {
+        symbol = OwnSymbol(library, lpProcName);
     }
-    void* symbol = OwnSymbol(library, lpProcName);
     if (!symbol) SetLastError(ERROR_PROC_NOT_FOUND);
     return reinterpret_cast<FARPROC>(symbol);
 }

@@ -40,14 +40,14 @@ protected:
     }
     // Calls a member by name, the arguments in reading order.
     static HRESULT Call(IDispatch* object, const OLECHAR* name, std::vector<VARIANT> args, VARIANT* result,
-                        EXCEPINFO* exception = nullptr) {
+                        EXCEPINFO* exception = nullptr, LCID locale = 0x409) {
         LPOLESTR names[] = {const_cast<LPOLESTR>(name)};
         DISPID id = DISPID_UNKNOWN;
-        const HRESULT hr = object->GetIDsOfNames(IID_NULL, names, 1, 0x409, &id);
+        const HRESULT hr = object->GetIDsOfNames(IID_NULL, names, 1, locale, &id);
         if (FAILED(hr)) return hr;
         std::vector<VARIANT> reversed(args.rbegin(), args.rend());
         DISPPARAMS params{reversed.data(), nullptr, UINT(reversed.size()), 0};
-        return object->Invoke(id, IID_NULL, 0x409, DISPATCH_METHOD, &params, result, exception, nullptr);
+        return object->Invoke(id, IID_NULL, locale, DISPATCH_METHOD, &params, result, exception, nullptr);
     }
     static VARIANT Ref(VARIANT* v) {
         VARIANT r{};
@@ -128,6 +128,22 @@ TEST_F(LateBinding, CallsByNameOnceTheOneZeroLibraryIsRegistered) {
     e->Release();
     unknown->Release();
     rules->Release();
+}
+
+// Script engines ask in the neutral locale (0), though the library is
+// registered under English. (Each case runs in a process of its own, so this
+// is the first request for the calculator's type information.)
+TEST_F(LateBinding, ScriptEnginesAskInTheNeutralLocale) {
+    RegisterV1();
+    IDispatch* calculator = nullptr;
+    ASSERT_HR(S_OK, CoCreateInstance(CLSID_VoCalculator, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch,
+                                     Out(&calculator)));
+    Var formula, result;
+    test::SetBstr(formula, OLESTR("2^10"));
+    ASSERT_HR(S_OK, Call(calculator, OLESTR("Evaluate"), {formula, Ref(&result)}, nullptr, nullptr, 0));
+    ASSERT_EQ(result.vt, VT_R8);
+    EXPECT_EQ(result.dblVal, 1024.0);
+    calculator->Release();
 }
 
 // A property read, a method with a named argument, an out parameter by

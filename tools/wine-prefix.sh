@@ -21,7 +21,9 @@ template)
     export WINEPREFIX=$prefix
     if [[ ! -f $prefix/system.reg ]]; then
         mkdir -p "$prefix"
-        "$wine" wineboot --init >/dev/null 2>&1
+        # No offer to install Wine's .NET and HTML engines, which nothing here
+        # uses and which would wait for an answer on a machine with a display.
+        WINEDLLOVERRIDES="mscoree=;mshtml=" "$wine" wineboot --init >/dev/null 2>&1
     fi
     "$wine" regsvr32 /s "$(windows_path "$(realpath "$library")")"
     # The registry reaches its files only when the server ends.
